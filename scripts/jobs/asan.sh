@@ -1,0 +1,5 @@
+#!/usr/bin/env bash
+# every test under AddressSanitizer and UndefinedBehaviorSanitizer
+export ASAN_OPTIONS="detect_leaks=1:strict_string_checks=1:allocator_may_return_null=1"
+export UBSAN_OPTIONS="print_stacktrace=1"
+build_and_test asan "$@"

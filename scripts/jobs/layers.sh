@@ -1,0 +1,3 @@
+#!/usr/bin/env bash
+# includes that run upwards through the layers
+perl scripts/layers.pl

@@ -1,0 +1,32 @@
+// Numbers in text. Unlike atoi and its like, every input has a defined result.
+#pragma once
+
+#include <stdint.h>
+#include <stdlib.h>
+
+#include <charconv>
+#include <string_view>
+#include <system_error>
+
+namespace hearth {
+
+// As atoi: leading white space, a sign, digits up to the first other character, 0 for none. What
+// overflows keeps its low 32 bits.
+inline int32_t to_int32(const char *text) {
+    return static_cast<int32_t>(strtoll(text, nullptr, 10));
+}
+
+// A whole text that is a number in range of T; nothing is stored otherwise. Base 16 takes no
+// "0x".
+template <typename T>
+bool parse_number(std::string_view text, T *value, int base = 10) {
+    T parsed{};
+    auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), parsed, base);
+    if (error != std::errc() || end != text.data() + text.size()) {
+        return false;
+    }
+    *value = parsed;
+    return true;
+}
+
+}  // namespace hearth
