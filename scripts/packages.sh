@@ -18,4 +18,4 @@ need() {
         "${missing[@]}" >/dev/null
 }
 
-BUILD_PACKAGES=(g++ cmake ninja-build pkg-config zlib1g-dev googletest libcli11-dev nlohmann-json3-dev)
+BUILD_PACKAGES=(g++ cmake ninja-build pkg-config zlib1g-dev googletest libcli11-dev libtomlplusplus-dev nlohmann-json3-dev)

@@ -1,0 +1,245 @@
+#include "server.h"
+
+#include <errno.h>
+#include <poll.h>
+#include <signal.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/signalfd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "hearth/osa_event.h"
+#include "hearth/osa_queue.h"
+
+namespace hearth::device {
+
+namespace {
+
+constexpr const char *kPidFile = "/var/run/pidfile/ats.pid";
+// A queue holds 16384 bytes, which is ten messages.
+constexpr uint32_t kQueueMessages = 10;
+// Callers hold a command to this many bytes of `report`; a command that holds zero bytes carries
+// its length in the word behind them.
+constexpr size_t kCommandRoom = 640;
+// What a server itself answers: the latest "^RSSI" report.
+constexpr int32_t kServerValue = 2;
+constexpr int32_t kLatestRssi = 2;
+
+// Commands whose body is of fixed length and has no closing 0x1A.
+constexpr struct {
+    const char *head;
+    size_t body;
+} kRawBodies[] = {{"AT^HCMGS=", 256}, {"AT^HCMGW=", 162}};
+
+// A failure without text.
+constexpr int32_t kRetNothing = 1;
+
+size_t counted_length(const at_server_msg &request) {
+    uint32_t length = 0;
+    memcpy(&length, request.report + kCommandRoom, sizeof length);
+    return length <= kCommandRoom ? length : 0;
+}
+
+std::string match_of(const at_server_msg &message) {
+    return {message.match, strnlen(message.match, sizeof message.match)};
+}
+
+// The response text: every line for a multi-line request, else the line that the caller wants.
+std::string response_text(const at_server_msg &message, const Reply &reply) {
+    if (message.multi_line == 0 && !match_of(message).empty()) {
+        for (size_t i = 0; i < reply.lines.size(); i++) {
+            if (reply.lines[i].find(match_of(message)) != std::string::npos) {
+                // A PDU or a raw body stands on the line behind its header.
+                bool header =
+                    i + 1 < reply.lines.size() && reply.lines[i + 1].find(':') == std::string::npos;
+                return header ? reply.lines[i] + "\r\n" + reply.lines[i + 1] : reply.lines[i];
+            }
+        }
+    }
+    std::string text;
+    for (const std::string &line : reply.lines) {
+        text += text.empty() ? line : "\r\n" + line;
+    }
+    return text;
+}
+
+bool starts_with(const std::string &text, const char *head) {
+    return text.compare(0, strlen(head), head) == 0;
+}
+
+// Wrong passwords and a network that is not there have a result of their own in two commands.
+int32_t refusal_result(const std::string &command, const std::string &final_result) {
+    bool password = starts_with(command, "AT+CPWD=") && final_result == "+CME ERROR: 16";
+    bool network = starts_with(command, "AT+CUSD=") && final_result == "+CME ERROR: 30";
+    if (password || network) {
+        return AT_RET_FAILURE;
+    }
+    return starts_with(final_result, "+CMS") ? AT_RET_REFUSED : AT_RET_ERROR;
+}
+
+bool process_lives(int32_t id) {
+    return kill(id, 0) == 0 || errno == EPERM;
+}
+
+}  // namespace
+
+Command command_of(const at_server_msg &request) {
+    if (size_t length = counted_length(request)) {
+        return {{request.report, length}, ""};
+    }
+    std::string text(request.report, strnlen(request.report, kCommandRoom));
+    size_t end = text.find('\r');
+    if (end == std::string::npos) {
+        return {text, ""};
+    }
+    Command command{text.substr(0, end), text.substr(end + 1)};
+    for (const auto &raw : kRawBodies) {
+        if (starts_with(command.line, raw.head)) {
+            command.body.assign(request.report + end + 1, raw.body);
+        }
+    }
+    return command;
+}
+
+void fill_reply(at_server_msg &message, const Reply &reply) {
+    std::string command(message.report, strnlen(message.report, kCommandRoom));
+    std::string text = reply.ok() ? response_text(message, reply) : reply.final_result;
+    if (reply.ok()) {
+        message.Ret_val = AT_RET_SUCCESS;
+    } else {
+        message.Ret_val = text.empty() ? kRetNothing : refusal_result(command, text);
+    }
+    memset(message.report, 0, sizeof message.report);
+    message.report_len = static_cast<uint32_t>(std::min(text.size(), sizeof message.report - 1));
+    memcpy(message.report, text.data(), message.report_len);
+}
+
+AtServer::AtServer(Modem &modem) : modem_(modem) {
+    modem_.on_report([this](const std::string &line) {
+        if (starts_with(line, "^RSSI")) {
+            last_rssi_ = line;
+        }
+    });
+}
+
+AtServer::~AtServer() {
+    if (event_descriptor_ >= 0) {
+        close(event_descriptor_);
+    }
+    if (requests_ >= 0) {
+        osa_msgQ_delete(requests_);
+        osa_msgQ_delete(replies_);
+        unlink(kPidFile);
+    }
+}
+
+bool AtServer::open() {
+    if (osa_event_init(AT_EVENT_REQUEST) != 1) {
+        fprintf(stderr, "at_server: cannot block the request event: %s\n", strerror(errno));
+        return false;
+    }
+    sigset_t events;
+    sigemptyset(&events);
+    sigaddset(&events, SIGUSR1);
+    event_descriptor_ = signalfd(-1, &events, SFD_CLOEXEC | SFD_NONBLOCK);
+    // A server that was killed left its queues behind; clients look for new ones.
+    for (int number : {AT_QUEUE_REQUESTS, AT_QUEUE_REPLIES}) {
+        int old = osa_get_msgQ_id(number);
+        if (old >= 0) {
+            osa_msgQ_delete(old);
+        }
+    }
+    requests_ = osa_msgQ_create(AT_QUEUE_REQUESTS, kQueueMessages, sizeof(at_server_msg));
+    replies_ = osa_msgQ_create(AT_QUEUE_REPLIES, kQueueMessages, sizeof(at_server_msg));
+    if (event_descriptor_ < 0 || requests_ < 0 || replies_ < 0) {
+        fprintf(stderr, "at_server: cannot make the queues: %s\n", strerror(errno));
+        return false;
+    }
+    mkdir("/var/run/pidfile", 0755);
+    FILE *file = fopen(kPidFile, "we");
+    bool written = file != nullptr && fprintf(file, "%d\n", getpid()) > 0;
+    written = file != nullptr && fclose(file) == 0 && written;
+    if (!written) {
+        fprintf(stderr, "at_server: cannot write %s: %s\n", kPidFile, strerror(errno));
+    }
+    return written;
+}
+
+void AtServer::run(const volatile int &stop, const std::function<void()> &idle) {
+    while (stop == 0) {
+        int timeout = -1;
+        if (auto next = modem_.next_tick()) {
+            auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
+            timeout = static_cast<int>(std::clamp<int64_t>(left.count(), 0, 60000));
+        }
+        pollfd waits[] = {{event_descriptor_, POLLIN, 0}, {modem_.descriptor(), POLLIN, 0}};
+        int ready = poll(waits, 2, timeout);
+        if (ready > 0 && waits[0].revents != 0) {
+            signalfd_siginfo event;
+            while (read(event_descriptor_, &event, sizeof event) > 0) {
+            }
+            drain();
+        }
+        if (ready > 0 && waits[1].revents != 0) {
+            modem_.readable();
+        }
+        modem_.tick();
+        idle();
+    }
+}
+
+void AtServer::drain() {
+    at_server_msg request;
+    while (osa_msgQ_recv(requests_, &request, sizeof request, 0) >= 0) {
+        take(request);
+    }
+}
+
+void AtServer::take(const at_server_msg &request) {
+    if (request.req_class == kServerValue) {
+        at_server_msg reply = request;
+        bool known = request.req_param == kLatestRssi && !last_rssi_.empty();
+        fill_reply(reply, known ? Reply{{last_rssi_}, "OK"} : Reply{{}, ""});
+        send(reply);
+        return;
+    }
+    modem_.start(command_of(request), std::chrono::seconds(std::max(request.timeout, 1)),
+                 [this, request](const Reply &answer) {
+                     at_server_msg reply = request;
+                     fill_reply(reply, answer);
+                     send(reply);
+                 });
+}
+
+void AtServer::send(const at_server_msg &reply) {
+    if (osa_msgQex_send(replies_, &reply, sizeof reply, 0) == 1) {
+        return;
+    }
+    if (!make_room() || osa_msgQex_send(replies_, &reply, sizeof reply, 0) != 1) {
+        fprintf(stderr, "at_server: no room for a reply to %d, dropped\n", reply.mtype);
+    }
+}
+
+// The reply queue is full of what nobody took. Replies to threads that are gone are thrown away;
+// the others go back in their order.
+bool AtServer::make_room() {
+    bool freed = false;
+    int waiting = osa_msgQ_num(replies_);
+    at_server_msg message;
+    for (int i = 0; i < waiting; i++) {
+        if (osa_msgQ_recv(replies_, &message, sizeof message, 0) < 0) {
+            break;
+        }
+        if (process_lives(message.mtype)) {
+            osa_msgQex_send(replies_, &message, sizeof message, 0);
+        } else {
+            freed = true;
+        }
+    }
+    return freed;
+}
+
+}  // namespace hearth::device

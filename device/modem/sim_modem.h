@@ -1,0 +1,51 @@
+// The simulated modem: it answers from its state, and the scenario's moments change the state.
+#pragma once
+
+#include <deque>
+#include <map>
+#include <string_view>
+
+#include "modem.h"
+#include "sim_command.h"
+#include "sim_state.h"
+
+namespace hearth::device {
+
+class SimModem : public Modem {
+  public:
+    explicit SimModem(SimState state);
+
+    void start(const Command &command, std::chrono::seconds timeout, Done done) override;
+    std::optional<Clock::time_point> next_tick() const override;
+    void tick() override;
+
+    // Takes up another scenario, as if the card and the radio around the modem had changed.
+    void replace(SimState state);
+
+    const SimState &state() const { return state_; }
+
+    // Runs whenever the card changed: inserted, removed, locked, unlocked, swapped.
+    void on_card(std::function<void(const Sim &)> changed) { card_changed_ = std::move(changed); }
+
+  private:
+    struct Late {
+        Clock::time_point due;
+        Reply reply;
+        Done done;
+    };
+
+    Reply run(const Command &command);
+    Refusal *refusal_for(const std::string &line);
+    void apply(const Moment &moment);
+    void notice_card();
+
+    SimState state_;
+    Sim seen_;
+    std::map<std::string_view, const SimHandler *> handlers_;
+    Clock::time_point begin_ = Clock::now();
+    std::deque<Late> late_;
+    size_t next_moment_ = 0;
+    std::function<void(const Sim &)> card_changed_;
+};
+
+}  // namespace hearth::device
