@@ -65,6 +65,6 @@ if [ "${1:-}" = --shell ]; then
 fi
 
 chapter "A daemon asks who it is talking to"
-expect "001010123456789" demo-identity
+expect "IMSI 001010123456789" example-identity
 
 summary
