@@ -1,0 +1,240 @@
+// The tokeniser, the chain, and the lists that are chained by position.
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <algorithm>
+#include <string_view>
+
+#include "ats/atapi/at_fields.h"
+#include "ats/atapi/at_result.h"
+#include "base/log.h"
+#include "base/text.h"
+#include "hearth/at_parse.h"
+#include "hearth/at_utils.h"
+
+namespace hearth {
+namespace {
+
+constexpr LogSource kLogSource{"ats", "ats/atapi/at_parse"};
+
+std::string_view strip(std::string_view text, char ch) {
+    while (!text.empty() && text.front() == ch) {
+        text.remove_prefix(1);
+    }
+    while (!text.empty() && text.back() == ch) {
+        text.remove_suffix(1);
+    }
+    return text;
+}
+
+// A copy without outer blanks and, once those are gone, outer quotes. Null without memory.
+char *copy_field(std::string_view field) {
+    field = strip(strip(field, ' '), '"');
+    size_t room = field.size() + 1;
+    char *copy = static_cast<char *>(malloc(room));
+    if (copy != nullptr) {
+        copy_text(copy, room, field);
+    }
+    return copy;
+}
+
+// Chains the fields of a format and a text through two arrays of `length` nulls.
+int32_t chain_fields(at_parse_result **result, const char *format, const char *text, char **names,
+                     char **values, uint32_t length) {
+    int32_t code = split_both(format, text, names, values, length);
+    if (code == AT_PARSE_OK) {
+        at_parse_result *head = GreatLinkList_AT(names, values, length);
+        if (head != nullptr) {
+            *result = head;
+            return AT_PARSE_OK;
+        }
+        HEARTH_LOG(OSA_LOG_INFO, "AT_RETURN_MALLOC_ERR\n");
+        code = AT_RETURN_MALLOC_ERR;
+    }
+    free_strings(names, length);
+    free_strings(values, length);
+    return code;
+}
+
+// Names "index_0", "index_1" and so on.
+int32_t name_indexes(char **names, uint32_t count) {
+    constexpr size_t kRoom = sizeof "index_4294967295";
+    for (uint32_t i = 0; i < count; ++i) {
+        names[i] = static_cast<char *>(malloc(kRoom));
+        if (names[i] == nullptr) {
+            return AT_RETURN_MALLOC_ERR;
+        }
+        snprintf(names[i], kRoom, "index_%u", i);
+    }
+    return AT_PARSE_OK;
+}
+
+int32_t chain_indexes(at_parse_result **result, const char *text) {
+    uint32_t length = count_separator(text, ",") + 1;
+    HeapBlock<char *> names = allocate_zeroed<char *>(length);
+    HeapBlock<char *> values = allocate_zeroed<char *>(length);
+    if (!names || !values) {
+        return AT_RETURN_MALLOC_ERR;
+    }
+    uint32_t count = 0;
+    int32_t code = split_fields(text, values.get(), length, &count);
+    if (code == AT_PARSE_OK) {
+        code = name_indexes(names.get(), length);
+    }
+    if (code == AT_PARSE_OK) {
+        at_parse_result *head = GreatLinkList_AT(names.get(), values.get(), length);
+        if (head != nullptr) {
+            *result = head;
+            return AT_PARSE_OK;
+        }
+        // Required: a chain that found no memory counts as success, with nothing stored.
+    }
+    free_strings(names.get(), length);
+    free_strings(values.get(), length);
+    return code;
+}
+
+}  // namespace
+
+uint32_t field_count(const char *format, const char *text, const char *separator) {
+    return std::max(count_separator(format, separator), count_separator(text, separator)) + 1;
+}
+
+void free_strings(char **strings, uint32_t count) {
+    for (uint32_t i = 0; i < count; ++i) {
+        free(strings[i]);
+        strings[i] = nullptr;
+    }
+}
+
+int32_t split_fields(const char *text, char **fields, uint32_t length, uint32_t *count) {
+    uint32_t stored = 0;
+    while (*text != '\0' && stored < length) {
+        const char *comma = get_next_seperator(text, ',');
+        const char *end = comma != nullptr ? comma : text + strlen(text);
+        char *field = copy_field({text, static_cast<size_t>(end - text)});
+        if (field == nullptr) {
+            free_strings(fields, stored);
+            *count = 0;
+            return AT_RETURN_MALLOC_ERR;
+        }
+        fields[stored++] = field;
+        text = comma != nullptr ? comma + 1 : end;
+    }
+    *count = stored;
+    return AT_PARSE_OK;
+}
+
+int32_t split_both(const char *format, const char *text, char **names, char **values,
+                   uint32_t length) {
+    uint32_t count = 0;
+    int32_t code = split_fields(format, names, length, &count);
+    return code == AT_PARSE_OK ? split_fields(text, values, length, &count) : code;
+}
+
+}  // namespace hearth
+
+using hearth::kLogSource;
+
+int32_t at_const_parse(char **fields, const char *text, const char *separator, uint32_t *count) {
+    if (fields == nullptr || text == nullptr || separator == nullptr || count == nullptr) {
+        return AT_PARSE_ERROR;
+    }
+    // Required: the separator is only checked, and commas split whatever it says.
+    return hearth::split_fields(text, fields, UINT32_MAX, count);
+}
+
+at_parse_result *GreatLinkList_AT(char **names, char **values, uint32_t count) {
+    if (names == nullptr || values == nullptr) {
+        HEARTH_LOG(OSA_LOG_ERROR, "the mode_name or mode_value is NULL\n ");
+        return nullptr;
+    }
+    hearth::ResultList head;
+    at_parse_result **link = head.out();
+    for (uint32_t i = 0; i < count; ++i) {
+        at_parse_result *node = hearth::new_node();
+        if (node == nullptr) {
+            head.reset(nullptr);
+            // The strings went with the nodes: the caller must not free them once more.
+            std::fill_n(names, i, nullptr);
+            std::fill_n(values, i, nullptr);
+            HEARTH_LOG(OSA_LOG_INFO, "[%s, %d] GreatLinkList_AT: malloc failed\n", kLogSource.path,
+                       __LINE__);
+            return nullptr;
+        }
+        node->AtFieldName = names[i];
+        node->AtFieldValue = values[i];
+        *link = node;
+        link = &node->next_field;
+    }
+    return head.release();
+}
+
+int32_t parse_field(at_parse_result **result, const char *format, const char *text,
+                    const char *separator) {
+    if (result == nullptr || format == nullptr || text == nullptr || separator == nullptr) {
+        return AT_PARSE_ERROR;
+    }
+    uint32_t length = hearth::field_count(format, text, separator);
+    if (length > AT_PARSE_FIELDS) {
+        return AT_PARSE_MISMATCH;
+    }
+    // On the stack, which spares the common path two allocations.
+    char *names[AT_PARSE_FIELDS];
+    char *values[AT_PARSE_FIELDS];
+    std::fill_n(names, length, nullptr);
+    std::fill_n(values, length, nullptr);
+    return hearth::chain_fields(result, format, text, names, values, length);
+}
+
+int32_t parse_many_field(at_parse_result **result, const char *format, const char *text,
+                         const char *separator) {
+    if (format == nullptr) {
+        return AT_PARSE_ERROR;
+    }
+    if (text == nullptr || separator == nullptr) {
+        return AT_PARSE_MISMATCH;
+    }
+    if (result == nullptr) {
+        HEARTH_LOG(OSA_LOG_ERROR, "THE result is NULL.\n");
+        return AT_PARSE_MISMATCH;
+    }
+    uint32_t length = hearth::field_count(format, text, separator);
+    hearth::HeapBlock<char *> names = hearth::allocate_zeroed<char *>(length);
+    hearth::HeapBlock<char *> values = hearth::allocate_zeroed<char *>(length);
+    if (!names || !values) {
+        return AT_RETURN_MALLOC_ERR;
+    }
+    return hearth::chain_fields(result, format, text, names.get(), values.get(), length);
+}
+
+int32_t parse_cmgi_list_at_str(at_parse_result **result, const char *format, char *text,
+                               const char *name) {
+    if (result == nullptr || text == nullptr || name == nullptr) {
+        return AT_PARSE_MISMATCH;
+    }
+    if (format == nullptr || strstr(text, name) == nullptr) {
+        return parse_final_result(result, text);
+    }
+    const char *colon = strchr(text, ':');
+    return colon != nullptr ? hearth::chain_indexes(result, colon + 1) : AT_PARSE_PART_MISSING;
+}
+
+int32_t parse_sms_index_list_at_str(at_parse_result **result, const char *format, char *text,
+                                    const char *name) {
+    if (result == nullptr || text == nullptr || name == nullptr) {
+        return AT_PARSE_MISMATCH;
+    }
+    if (format == nullptr || strstr(text, name) == nullptr) {
+        return parse_final_result(result, text);
+    }
+    char *colon = strchr(text, ':');
+    char *end = colon != nullptr ? strstr(colon, "),") : nullptr;
+    if (end == nullptr) {
+        return AT_PARSE_MISMATCH;
+    }
+    *end = '\0';
+    char *list = split_space(split_space(split_space(colon + 1, ' '), ')'), '(');
+    return hearth::chain_indexes(result, list);
+}

@@ -1,0 +1,56 @@
+// Releasing and walking of result lists.
+#include <stdlib.h>
+
+#include "hearth/at_parse.h"
+
+void free_node(at_parse_result *node) {
+    if (node == nullptr) {
+        return;
+    }
+    free(node->AtFieldName);
+    free(node->AtFieldValue);
+    free(node);
+}
+
+void free_at_res_link(at_parse_result *head) {
+    while (head != nullptr) {
+        at_parse_result *next = head->next_field;
+        free_node(head);
+        head = next;
+    }
+}
+
+void free_at_cmd(at_parse_result *head) {
+    while (head != nullptr) {
+        at_parse_result *next = head->next_group;
+        free_at_res_link(head);
+        head = next;
+    }
+}
+
+void free_cops_link(at_parse_result *head) {
+    free_at_cmd(head);
+}
+
+// Turns the chain round instead of calling itself, so that no length of chain costs stack.
+void free_at_res_tree(at_parse_result *node) {
+    at_parse_result *reversed = nullptr;
+    while (node != nullptr) {
+        at_parse_result *next = node->next_field;
+        node->next_field = reversed;
+        reversed = node;
+        node = next;
+    }
+    free_at_res_link(reversed);
+}
+
+// Required to walk the list and leave it at that.
+int32_t print_operator(const at_parse_result *head) {
+    for (const at_parse_result *group = head; group != nullptr; group = group->next_group) {
+        const at_parse_result *field = group->next_field;
+        while (field != nullptr) {
+            field = field->next_field;
+        }
+    }
+    return 0;
+}
