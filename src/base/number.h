@@ -6,7 +6,6 @@
 
 #include <charconv>
 #include <string_view>
-#include <system_error>
 
 namespace hearth {
 

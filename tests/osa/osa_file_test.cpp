@@ -231,9 +231,11 @@ TEST(OsaFile, StatusHoldsWhatTheSystemSays) {
     EXPECT_EQ(capture.text(), "");
     EXPECT_EQ(status.st_size, 5) << "a failure leaves the record alone";
 
-    ASSERT_EQ(truncate("/var/f", 5LL << 30), 0);
+    // As far as the host's own sizes reach.
+    constexpr off_t kLarge = sizeof(off_t) > 4 ? static_cast<off_t>(5LL << 30) : 1 << 30;
+    ASSERT_EQ(truncate("/var/f", kLarge), 0);
     ASSERT_EQ(osa_stat("/var/f", &status), 0);
-    EXPECT_EQ(status.st_size, 5LL << 30);
+    EXPECT_EQ(status.st_size, kLarge);
 
     osa_statfs_t fs{};
     EXPECT_EQ(osa_statfs("/var", &fs), 1);
