@@ -124,7 +124,8 @@ using hearth::test::Verdict;
 
 #define JUDGE(kind) hearth::test::judge(hearth::test::kind, __builtin_return_address(0))
 
-#define STAND_IN extern "C" __attribute__((visibility("default")))
+// Weak, so that a test may have a stand-in of its own.
+#define STAND_IN extern "C" __attribute__((weak, visibility("default")))
 
 #pragma GCC diagnostic ignored "-Wattributes"
 #pragma GCC diagnostic ignored "-Wignored-attributes"
