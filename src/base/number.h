@@ -15,6 +15,11 @@ inline int32_t to_int32(const char *text) {
     return static_cast<int32_t>(strtoll(text, nullptr, 10));
 }
 
+// A sum that wraps, so that a record full of nonsense has a result too.
+constexpr int32_t wrapping_add(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+}
+
 // A whole text that is a number in range of T; nothing is stored otherwise. Base 16 takes no
 // "0x".
 template <typename T>
