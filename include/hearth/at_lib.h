@@ -20,6 +20,9 @@ HEARTH_BEGIN_DECLS
 /* Numbers of the two queues, and the event that wakes the server. */
 enum { AT_QUEUE_REPLIES = 1, AT_QUEUE_REQUESTS = 2, AT_EVENT_REQUEST = 1 };
 
+/* Actions of the command functions that take one. */
+enum { AT_CMD_TYPE_CHECK = 0, AT_CMD_TYPE_SET = 1 };
+
 /* Values of `Ret_val`; any other is a failure without text. */
 enum {
     AT_RET_SUCCESS = 2, /* `report` holds the response */
