@@ -1,21 +1,23 @@
 #include "hearth/at_k7.h"
 
+#include "ats/atapi/at_exchange.h"
 #include "base/text.h"
-#include "hearth/at_lib.h"
-#include "hearth/osa_pthread.h"
+
+namespace {
+
+using namespace hearth::at;
+
+constexpr Member kImsi = member({.command = "AT+CIMI", .err = AT_ERR(at_text_reply)});
+
+}  // namespace
 
 int32_t AT_imsi(at_text_reply *record) {
-    if (record == nullptr) {
-        return -1;
+    at_server_msg message;
+    int32_t result = -1;
+    if (record == nullptr || !ask(kImsi, &message, record, nullptr, &result)) {
+        return result;
     }
-    at_server_msg message{};
-    message.mtype = osa_pthread_getid();
-    message.timeout = 30;
-    hearth::copy_text(message.report, "AT+CIMI");
-    if (GetDataFromAtServer(&message) != 0 || message.Ret_val != AT_RET_SUCCESS) {
-        return -1;
-    }
-    record->err = AT_ERR_NONE;
+    clear_err(kImsi, record);
     hearth::copy_text(record->text, message.report);
     return 0;
 }
