@@ -3,10 +3,12 @@
 #include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
+#include <functional>
 
 #include "scenario.h"
 #include "server.h"
 #include "sim_modem.h"
+#include "tty_modem.h"
 
 namespace {
 
@@ -27,39 +29,63 @@ void catch_signal(int number, void (*handler)(int)) {
     sigaction(number, &action, nullptr);
 }
 
+using hearth::device::AtServer;
+using hearth::device::Modem;
+using hearth::device::ScenarioError;
+using hearth::device::SimModem;
+using hearth::device::TtyModem;
+
+int serve(Modem &modem, const std::function<void()> &idle) {
+    AtServer server(modem);
+    catch_signal(SIGTERM, on_stop);
+    catch_signal(SIGINT, on_stop);
+    catch_signal(SIGHUP, on_reload);
+    if (!server.open()) {
+        return 1;
+    }
+    server.run(g_stop, idle);
+    return 0;
+}
+
+int serve_scenario(const std::string &path) {
+    SimModem modem(hearth::device::read_scenario(path));
+    return serve(modem, [&] {
+        if (g_reload == 0) {
+            return;
+        }
+        g_reload = 0;
+        try {
+            modem.replace(hearth::device::read_scenario(path));
+        } catch (const ScenarioError &error) {
+            fprintf(stderr, "at_server: %s; the scenario stays as it was\n", error.what());
+        }
+    });
+}
+
+int serve_tty(const std::string &path) {
+    TtyModem modem(path);
+    return serve(modem, [] {});
+}
+
 }  // namespace
 
 int main(int count, char **arguments) {
     CLI::App app{"AT server of the desk: answers the daemons' AT commands from a modem."};
     std::string scenario;
-    app.add_option("--scenario", scenario,
-                   "scenario file of the simulated modem; SIGHUP reads it again")
-        ->required()
+    std::string tty;
+    auto *source = app.add_option_group("modem", "where the answers come from");
+    source
+        ->add_option("--scenario", scenario,
+                     "scenario file of the simulated modem; SIGHUP reads it again")
         ->check(CLI::ExistingFile);
+    source->add_option("--tty", tty, "serial device or pseudo terminal of a real modem");
+    source->require_option(1);
     CLI11_PARSE(app, count, arguments);
 
     try {
-        hearth::device::SimModem modem(hearth::device::read_scenario(scenario));
-        hearth::device::AtServer server(modem);
-        catch_signal(SIGTERM, on_stop);
-        catch_signal(SIGINT, on_stop);
-        catch_signal(SIGHUP, on_reload);
-        if (!server.open()) {
-            return 1;
-        }
-        server.run(g_stop, [&] {
-            if (g_reload != 0) {
-                g_reload = 0;
-                try {
-                    modem.replace(hearth::device::read_scenario(scenario));
-                } catch (const hearth::device::ScenarioError &error) {
-                    fprintf(stderr, "at_server: %s; the scenario stays as it was\n", error.what());
-                }
-            }
-        });
-    } catch (const hearth::device::ScenarioError &error) {
+        return scenario.empty() ? serve_tty(tty) : serve_scenario(scenario);
+    } catch (const ScenarioError &error) {
         fprintf(stderr, "at_server: %s\n", error.what());
         return 1;
     }
-    return 0;
 }

@@ -1,0 +1,261 @@
+#include "tty_modem.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <poll.h>
+#include <stdio.h>
+#include <string.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+namespace hearth::device {
+
+namespace {
+
+constexpr std::chrono::seconds kReopenEvery{1};
+// How long a modem may take to say that it has ended a command.
+constexpr std::chrono::seconds kAbortTime{2};
+// What a line may hold before it is taken for rubbish.
+constexpr size_t kLongestLine = 8192;
+// ITU-T V.250, 5.7.1: the numeric final results, which stand alone on their line.
+constexpr std::string_view kNumericFinals[] = {"0", "3", "4", "6", "7", "8"};
+constexpr std::array<std::string_view, 6> kNumericMeanings = {
+    "OK", "NO CARRIER", "ERROR", "NO DIALTONE", "BUSY", "NO ANSWER"};
+constexpr std::string_view kFinals[] = {
+    "OK",   "ERROR",     "NO CARRIER",          "NO DIALTONE",        "NO DIAL TONE",
+    "BUSY", "NO ANSWER", "COMMAND NOT SUPPORT", "TOO MANY PARAMETERS"};
+constexpr std::string_view kFinalHeads[] = {"+CME ERROR:", "+CMS ERROR:"};
+// Reports that come whenever the modem likes, also between the lines of a reply.
+constexpr std::string_view kReportHeads[] = {
+    "^RSSI:",      "^HCSQ:",    "^MODE:",    "^SRVST:",     "^SIMST:",   "^BOOT:",
+    "^DSFLOWRPT:", "^STIN:",    "^NWTIME:",  "^SMMEMFULL:", "+CMTI:",    "+CDSI:",
+    "^CERSSI:",    "^LTERSRP:", "^ANLEVEL:", "RING",        "^NDISSTAT:"};
+
+// A line that the command in hand asked for is no report, whatever it begins with.
+bool is_report(const std::string &line, const std::string &command) {
+    for (std::string_view head : kReportHeads) {
+        if (line.compare(0, head.size(), head) == 0) {
+            std::string_view name = head.substr(0, head.find(':'));
+            return command.find(name) == std::string::npos;
+        }
+    }
+    // "+CREG: 1" is a report, "+CREG: 0,1" an answer.
+    for (std::string_view head : {"+CREG:", "+CGREG:", "+CEREG:"}) {
+        if (line.compare(0, head.size(), head) == 0) {
+            return command.find(head.substr(0, head.size() - 1)) == std::string::npos;
+        }
+    }
+    return false;
+}
+
+// The final result that a line is, in words; empty for any other line.
+std::string final_result(const std::string &line, bool numeric) {
+    for (size_t i = 0; numeric && i < std::size(kNumericFinals); i++) {
+        if (line == kNumericFinals[i]) {
+            return std::string(kNumericMeanings[i]);
+        }
+    }
+    for (std::string_view text : kFinals) {
+        if (line == text) {
+            return line;
+        }
+    }
+    for (std::string_view head : kFinalHeads) {
+        if (line.compare(0, head.size(), head) == 0) {
+            return line;
+        }
+    }
+    return "";
+}
+
+void make_raw(int fd) {
+    termios settings{};
+    if (tcgetattr(fd, &settings) == 0) {
+        cfmakeraw(&settings);
+        cfsetspeed(&settings, B115200);
+        settings.c_cflag |= CLOCAL | CREAD;
+        tcsetattr(fd, TCSANOW, &settings);
+    }
+}
+
+}  // namespace
+
+TtyModem::TtyModem(std::string path) : path_(std::move(path)) {
+    open();
+}
+
+TtyModem::~TtyModem() {
+    close_line();
+}
+
+void TtyModem::open() {
+    reopen_at_ = Clock::now() + kReopenEvery;
+    fd_ = ::open(path_.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    if (fd_ < 0) {
+        return;
+    }
+    make_raw(fd_);
+    // Echo off, results in words, errors by number, before anything else.
+    for (const char *setting : {"ATE0", "ATV1", "AT+CMEE=1"}) {
+        waiting_.push_front({});
+        waiting_.front() = {{setting, ""}, std::chrono::seconds(2), [](const Reply &) {}};
+    }
+    std::reverse(waiting_.begin(), waiting_.begin() + 3);
+    settling_ = 3;
+    send_next();
+}
+
+// The modem went away: what is in hand has failed, what waits keeps waiting until its time is up.
+void TtyModem::close_line() {
+    if (fd_ >= 0) {
+        ::close(fd_);
+        fd_ = -1;
+    }
+    buffer_.clear();
+    reopen_at_ = Clock::now() + kReopenEvery;
+    if (busy_) {
+        finish("");
+    }
+}
+
+void TtyModem::start(const Command &command, std::chrono::seconds timeout, Done done) {
+    waiting_.push_back({command, timeout, std::move(done)});
+    send_next();
+}
+
+void TtyModem::send_next() {
+    if (busy_ || waiting_.empty() || fd_ < 0) {
+        return;
+    }
+    busy_ = true;
+    prompted_ = false;
+    reply_ = {};
+    deadline_ = Clock::now() + waiting_.front().timeout;
+    trace('>', waiting_.front().command.line);
+    send(waiting_.front().command.line + "\r");
+}
+
+void TtyModem::send(const std::string &text) {
+    size_t sent = 0;
+    while (sent < text.size()) {
+        ssize_t written = write(fd_, text.data() + sent, text.size() - sent);
+        if (written > 0) {
+            sent += static_cast<size_t>(written);
+        } else if (written < 0 && errno == EAGAIN) {
+            pollfd wait = {fd_, POLLOUT, 0};
+            if (poll(&wait, 1, 1000) <= 0) {
+                break;
+            }
+        } else if (written < 0 && errno != EINTR) {
+            break;
+        }
+    }
+    if (sent < text.size()) {
+        close_line();
+    }
+}
+
+void TtyModem::readable() {
+    char part[1024];
+    ssize_t got = read(fd_, part, sizeof part);
+    if (got < 0 && (errno == EAGAIN || errno == EINTR)) {
+        return;
+    }
+    if (got <= 0) {
+        close_line();
+        return;
+    }
+    buffer_.append(part, static_cast<size_t>(got));
+    for (;;) {
+        size_t end = buffer_.find_first_of("\r\n");
+        if (end == std::string::npos) {
+            break;
+        }
+        std::string line = buffer_.substr(0, end);
+        buffer_.erase(0, end + 1);
+        if (!line.empty()) {
+            take_line(line);
+        }
+    }
+    // The prompt has no line end: "> ".
+    bool body_due = busy_ && !prompted_ && !waiting_.front().command.body.empty();
+    if (body_due && !buffer_.empty() && buffer_.front() == '>') {
+        buffer_.clear();
+        prompted_ = true;
+        trace('>', waiting_.front().command.body);
+        send(waiting_.front().command.body);
+    }
+    if (buffer_.size() > kLongestLine) {
+        buffer_.clear();
+    }
+}
+
+void TtyModem::take_line(const std::string &line) {
+    trace('<', line);
+    if (!busy_ || is_report(line, waiting_.front().command.line)) {
+        report(line);
+        return;
+    }
+    // An echo, from a modem that has not taken "ATE0" yet.
+    if (line == waiting_.front().command.line) {
+        return;
+    }
+    if (prompted_ && line == waiting_.front().command.body) {
+        return;
+    }
+    std::string result = final_result(line, settling_ > 0);
+    if (result.empty()) {
+        reply_.lines.push_back(line);
+    } else {
+        finish(result);
+    }
+}
+
+void TtyModem::finish(const std::string &final_result) {
+    reply_.final_result = final_result;
+    Reply reply = std::move(reply_);
+    Done done = std::move(waiting_.front().done);
+    waiting_.pop_front();
+    busy_ = false;
+    settling_ = std::max(settling_ - 1, 0);
+    done(reply);
+    send_next();
+}
+
+std::optional<Clock::time_point> TtyModem::next_tick() const {
+    if (busy_) {
+        return deadline_;
+    }
+    return fd_ < 0 ? std::optional(reopen_at_) : std::nullopt;
+}
+
+void TtyModem::tick() {
+    if (busy_ && Clock::now() >= deadline_) {
+        give_up();
+    }
+    if (fd_ < 0 && Clock::now() >= reopen_at_) {
+        open();
+    }
+}
+
+// ITU-T V.250, 5.6.1: any character ends a command that is still being carried out. What the modem
+// says to that belongs to no later command: a wait of its own stands in front of them.
+void TtyModem::give_up() {
+    bool abort = !waiting_.front().command.line.empty();
+    if (abort && fd_ >= 0) {
+        waiting_.insert(waiting_.begin() + 1, {Command{}, kAbortTime, [](const Reply &) {}});
+    }
+    finish("");
+}
+
+void TtyModem::trace(char direction, const std::string &line) const {
+    if (trace_) {
+        trace_(direction, line);
+    }
+}
+
+}  // namespace hearth::device
