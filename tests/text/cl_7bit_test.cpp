@@ -308,7 +308,7 @@ Bytes random_bytes(size_t size, uint8_t mask) {
 
 TEST(SevenBit, PacksEveryCount) {
     for (uint32_t count = 1; count <= 40; ++count) {
-        for (uint8_t mask : {0x7F, 0xFF}) {
+        for (uint8_t mask : {uint8_t{0x7F}, uint8_t{0xFF}}) {
             Bytes septets = random_bytes(count, mask);
             // A septet of eight bits spills onto the next, but not out of its group of eight.
             Bytes masked = septets;
