@@ -1,0 +1,116 @@
+// Tables of the tests: opening, looking at the file's own bytes, and records with a key.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <string.h>
+
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "hearth/mdblite.h"
+
+namespace hearth::test {
+
+using Bytes = std::vector<uint8_t>;
+
+constexpr const char *kTablePath = "/data/userdata/table";
+constexpr const char *kJournalPath = "/data/userdata/journal_file";
+
+inline Bytes read_file(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return Bytes((std::istreambuf_iterator<char>(file)), {});
+}
+
+inline void write_file(const std::string &path, const Bytes &bytes) {
+    std::ofstream(path, std::ios::binary)
+        .write(reinterpret_cast<const char *>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+}
+
+inline bool file_exists(const std::string &path) {
+    return std::ifstream(path).good();
+}
+
+using TablePointer = std::unique_ptr<MDBL_Table, decltype(&mdbl_TableClose)>;
+using SetPointer = std::unique_ptr<MDBL_RecordSet, decltype(&mdbl_RSDestroy)>;
+
+// Opens a table and caches all of it; empty on failure, with the code in `result`.
+inline TablePointer open_table(const char *path = kTablePath, int32_t *result = nullptr) {
+    MDBL_Table *table = nullptr;
+    int32_t code = mdbl_OpenTable(path, 0, 0, 0, &table);
+    while (code == MDBL_MORE_TO_CACHE) {
+        code = mdbl_TableCache(table);
+    }
+    if (result != nullptr) {
+        *result = code;
+    }
+    TablePointer guard(table, mdbl_TableClose);
+    return code == MDBL_OK ? std::move(guard) : TablePointer(nullptr, mdbl_TableClose);
+}
+
+inline SetPointer own(MDBL_RecordSet *set) {
+    return SetPointer(set, mdbl_RSDestroy);
+}
+
+// A record of `size` bytes that begins with a 32-bit key and goes on with a text.
+inline Bytes make_record(uint16_t size, uint32_t key, const std::string &text = "") {
+    Bytes record(size);
+    memcpy(record.data(), &key, 3);  // the smallest record has three bytes of its own
+    if (size > 4) {
+        memcpy(record.data(), &key, 4);
+        memcpy(record.data() + 4, text.data(), std::min<size_t>(text.size(), size - 5u));
+    }
+    return record;
+}
+
+// The key in the first three bytes, which every record has.
+inline uint32_t key_of(const void *record) {
+    uint32_t key = 0;
+    memcpy(&key, record, 3);
+    return key;
+}
+
+inline int compare_keys(const void *a, const void *b) {
+    uint32_t left = key_of(a);
+    uint32_t right = key_of(b);
+    return left < right ? -1 : left > right;
+}
+
+inline int32_t insert_key(MDBL_Table *table, uint16_t size, uint32_t key,
+                          const std::string &text = "") {
+    return mdbl_TableInsert(table, make_record(size, key, text).data(), nullptr);
+}
+
+inline void make_table(uint16_t size, uint16_t count, uint8_t preallocate,
+                       const char *path = kTablePath) {
+    ASSERT_EQ(mdbl_CreateTableEx(path, size, count, preallocate), MDBL_OK);
+}
+
+// The flag bytes of a table file, as far as it goes.
+inline Bytes file_flags(const std::string &path = kTablePath) {
+    Bytes bytes = read_file(path);
+    Bytes flags;
+    size_t size = bytes.size() < 10 ? 0 : bytes[4] | bytes[5] << 8;
+    for (size_t at = 9 + size; size != 0 && at < bytes.size(); at += size) {
+        flags.push_back(bytes[at]);
+    }
+    return flags;
+}
+
+// The keys of the valid records, in the order of the slots.
+inline std::vector<uint32_t> keys_in_slots(MDBL_Table *table) {
+    std::vector<uint32_t> keys;
+    mdbl_TableEnumerate(
+        table, 0,
+        [](void *record, void *argument) {
+            static_cast<std::vector<uint32_t> *>(argument)->push_back(key_of(record));
+            return 1;
+        },
+        &keys);
+    return keys;
+}
+
+}  // namespace hearth::test
