@@ -1,9 +1,9 @@
 // The tokeniser, the chain, and the lists that are chained by position.
-#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include <algorithm>
+#include <charconv>
 #include <string_view>
 
 #include "ats/atapi/at_fields.h"
@@ -59,13 +59,16 @@ int32_t chain_fields(at_parse_result **result, const char *format, const char *t
 
 // Names "index_0", "index_1" and so on.
 int32_t name_indexes(char **names, uint32_t count) {
+    constexpr std::string_view kPrefix = "index_";
     constexpr size_t kRoom = sizeof "index_4294967295";
     for (uint32_t i = 0; i < count; ++i) {
-        names[i] = static_cast<char *>(malloc(kRoom));
-        if (names[i] == nullptr) {
+        char *name = static_cast<char *>(malloc(kRoom));
+        if (name == nullptr) {
             return AT_RETURN_MALLOC_ERR;
         }
-        snprintf(names[i], kRoom, "index_%u", i);
+        char *digits = name + kPrefix.copy(name, kPrefix.size());
+        *std::to_chars(digits, name + kRoom - 1, i).ptr = '\0';
+        names[i] = name;
     }
     return AT_PARSE_OK;
 }
