@@ -4,11 +4,11 @@
 #include <pthread.h>
 #include <stdio.h>
 
-#include <algorithm>
 #include <string_view>
 
 #include "base/guard.h"
 #include "base/text.h"
+#include "osa/bounded_text.h"
 
 // The device's closed library; the address is null where it is not loaded.
 extern "C" __attribute__((weak)) int32_t app_get_product_name(char *name);
@@ -33,22 +33,6 @@ void product_name(char (&name)[sizeof s_productName]) {
     }
     hearth::copy_text(name, hearth::field_text(s_productName));
 }
-
-// Text that grows in a caller's buffer until that is full.
-class BoundedText {
-  public:
-    BoundedText(char *to, size_t capacity) : next_(to), left_(capacity) {}
-
-    void append(string_view text) {
-        size_t copied = hearth::copy_text(next_, left_, text);
-        next_ += copied;
-        left_ -= copied;
-    }
-
-  private:
-    char *next_;
-    size_t left_;
-};
 
 }  // namespace
 
@@ -79,7 +63,7 @@ int32_t osa_get_websdk_config_fullpath(const char *name, char *out, uint32_t siz
     char product[sizeof s_productName];
     product_name(product);
     string_view wanted = name;
-    BoundedText path(out, size);
+    hearth::BoundedText path(out, size);
     if (!wanted.starts_with(kConfigRoot)) {
         path.append(kConfigRoot);
         if (product[0] != '\0') {
