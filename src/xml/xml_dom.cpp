@@ -476,24 +476,10 @@ XML_Node *ZEX_XML_Iterator(const XML_Node *node) {
     return node->next_sibling;
 }
 
-int32_t ZEX_XML_RegMemFunc(void *(*allocate)(size_t size),
-                           void *(*allocate_zeroed)(size_t count, size_t size),
-                           void (*release)(void *memory),
-                           void *(*reallocate)(void *memory, size_t size)) {
-    // Required: the functions are looked at and not kept.
-    bool complete = allocate != nullptr && allocate_zeroed != nullptr && release != nullptr &&
-                    reallocate != nullptr;
-    return complete ? 0 : ZEX_XML_ERR_PARAM;
-}
-
 int32_t ZEX_XML_RegDebugFunc(void (* /*function*/)(void)) {
     return ZEX_XML_ERR_NOT_FOUND;
 }
 
 const char *ZEP_XML_GetVersion(void) {
     return "V1.01";
-}
-
-void ZEX_XML_FreeMem(void *memory) {
-    XML_Free(memory);
 }

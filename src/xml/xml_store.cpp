@@ -1,6 +1,5 @@
 #include "xml/xml_store.h"
 
-#include <stdlib.h>
 #include <string.h>
 
 #include <algorithm>
@@ -10,14 +9,6 @@ using hearth::xml::Arena;
 using hearth::xml::Text;
 
 namespace {
-
-struct MemorySlots {
-    void *(*allocate)(size_t);
-    void *(*allocate_zeroed)(size_t, size_t);
-    void (*release)(void *);
-    void *(*reallocate)(void *, size_t);
-};
-const MemorySlots kMemory{malloc, calloc, free, realloc};
 
 // What stands before the record of every node.
 struct Cell {
@@ -82,24 +73,6 @@ XML_Node *start_cell(void *memory, uintptr_t owner, uint32_t type) {
 }
 
 }  // namespace
-
-void *XML_Malloc(size_t size) {
-    return kMemory.allocate(size);
-}
-
-void *XML_Calloc(size_t count, size_t size) {
-    return kMemory.allocate_zeroed(count, size);
-}
-
-void XML_Free(void *memory) {
-    if (memory != nullptr) {
-        kMemory.release(memory);
-    }
-}
-
-void *XML_Realloc(void *memory, size_t size) {
-    return kMemory.reallocate(memory, size);
-}
 
 namespace hearth::xml {
 

@@ -1,0 +1,61 @@
+// The parser on any bytes, and the tree functions on what it takes. The first line of the input
+// is a path for the lookups, the rest a document.
+#include <stdint.h>
+#include <stdlib.h>
+
+#include <string>
+
+#include "hearth/xml.h"
+
+namespace {
+
+void check(bool holds) {
+    if (!holds) {
+        abort();
+    }
+}
+
+void check_links(const XML_Node *tree) {
+    for (const XML_Node *node = tree; node != nullptr; node = ZEX_XML_Iterator(node)) {
+        check(node->name != nullptr && node->type == XML_NODE_ELEMENT);
+        check(node->next_sibling == nullptr || node->next_sibling->previous_sibling == node);
+        check(node->first_child == nullptr || node->first_child->parent == node);
+        check(node->last_child == nullptr || node->last_child->next_sibling == nullptr);
+    }
+}
+
+void use_tree(XML_Node *tree, const std::string &path, size_t room) {
+    check_links(tree);
+    std::string out(room, '\0');
+    ZEX_XML_GetNodeOrAttr_Node(tree, path.c_str(), out.data());
+    XML_Node *found = nullptr;
+    ZEX_XML_GetNodeByUrl(tree, path.c_str(), &found);
+    char *text = nullptr;
+    char *copied = nullptr;
+    XML_Node *copy = nullptr;
+    check(cl_xmlTransform(tree, &text) == 0 && cl_xmlCloneNode(tree, &copy) == 0 &&
+          cl_xmlTransform(copy, &copied) == 0 && std::string(text) == copied);
+    XML_Node *again = nullptr;
+    if (cl_xmlParse(text, &again) == 0) {
+        check_links(again);
+    }
+    cl_xmlFreeNode(again);
+    cl_xmlFreeNode(copy);
+    cl_xmlFreeMem(text);
+    cl_xmlFreeMem(copied);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    std::string input(reinterpret_cast<const char *>(data), size);
+    size_t line_end = std::min(input.find('\n'), input.size());
+    std::string path = input.substr(0, line_end);
+    std::string document = input.substr(std::min(line_end + 1, input.size()));
+    XML_Node *tree = nullptr;
+    if (cl_xmlParse(document.c_str(), &tree) == 0) {
+        use_tree(tree, path, size + 1);
+        cl_xmlFreeNode(tree);
+    }
+    return 0;
+}
