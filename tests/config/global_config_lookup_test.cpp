@@ -259,7 +259,7 @@ TEST(ConfigWrite, MakesDirectoriesFileAndElements) {
         EXPECT_EQ(cfg_set_config("lan/deep", c.item, c.value), 0) << c.item;
         EXPECT_EQ(lookup(c.expected, "lan/deep"), (Answer{CFG_OK, c.value})) << c.item;
     }
-    EXPECT_EQ(lookup("other.dhcp.end", "lan/deep").result, CFG_NO_ITEM);
+    EXPECT_EQ(lookup("other.dhcp.end", "lan/deep").result, CFG_NO_FILE);
     // A missing child becomes the first one of its parent.
     std::string text = read_text(kUserTree + "lan/deep/config.xml");
     EXPECT_LT(text.find("<dhcp>"), text.find("<port>"));
