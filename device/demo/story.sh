@@ -67,4 +67,7 @@ fi
 chapter "A daemon asks who it is talking to"
 expect "IMSI 001010123456789" example-identity
 
+chapter "A raw reply becomes named fields"
+expect "option: stat=1 long_oper=Valley Mobile short_oper=Valley numeric_oper=00102 rat=2" example-operators
+
 summary

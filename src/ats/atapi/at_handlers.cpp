@@ -6,6 +6,9 @@
 #include <iterator>
 #include <string_view>
 
+static_assert(sizeof(at_cfg_handler) == 11 * sizeof(void *));
+static_assert(offsetof(at_cfg_handler, free_func) == 10 * sizeof(void *));
+
 namespace {
 
 struct Formats {

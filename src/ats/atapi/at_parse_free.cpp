@@ -3,6 +3,9 @@
 
 #include "hearth/at_parse.h"
 
+static_assert(sizeof(at_parse_result) == 4 * sizeof(void *));
+static_assert(offsetof(at_parse_result, next_group) == 2 * sizeof(void *));
+
 void free_node(at_parse_result *node) {
     if (node == nullptr) {
         return;
