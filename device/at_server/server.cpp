@@ -117,8 +117,9 @@ void fill_reply(at_server_msg &message, const Reply &reply) {
     memcpy(message.report, text.data(), message.report_len);
 }
 
-AtServer::AtServer(Modem &modem) : modem_(modem) {
+AtServer::AtServer(Modem &modem) : modem_(modem), card_(modem) {
     modem_.on_report([this](const std::string &line) {
+        card_.notice(line);
         if (starts_with(line, "^RSSI")) {
             last_rssi_ = line;
         }
@@ -169,6 +170,7 @@ bool AtServer::open() {
 }
 
 void AtServer::run(const volatile int &stop, const std::function<void()> &idle) {
+    card_.look();
     while (stop == 0) {
         int timeout = -1;
         if (auto next = modem_.next_tick()) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <string>
 
+#include "card_watcher.h"
 #include "hearth/at_lib.h"
 #include "modem.h"
 
@@ -36,6 +37,7 @@ class AtServer {
     bool make_room();
 
     Modem &modem_;
+    CardWatcher card_;
     std::string last_rssi_;
     int event_descriptor_ = -1;
     int requests_ = -1;

@@ -39,6 +39,7 @@ struct SimHandler {
 // The tables, one for each family.
 std::span<const SimHandler> identity_handlers();
 std::span<const SimHandler> network_handlers();
+std::span<const SimHandler> pin_handlers();
 
 // Replies.
 Reply line_reply(std::string line);

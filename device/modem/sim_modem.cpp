@@ -21,7 +21,7 @@ int SimState::card_error() const {
 }
 
 SimModem::SimModem(SimState state) : state_(std::move(state)), seen_(state_.sim) {
-    for (auto table : {identity_handlers(), network_handlers()}) {
+    for (auto table : {identity_handlers(), network_handlers(), pin_handlers()}) {
         for (const SimHandler &handler : table) {
             handlers_[handler.name] = &handler;
         }
@@ -124,6 +124,7 @@ void SimModem::replace(SimState state) {
     notice_card();
 }
 
+// Reports a card that was inserted, removed, locked, unlocked or swapped.
 void SimModem::notice_card() {
     const Sim &sim = state_.sim;
     bool same = sim.inserted == seen_.inserted && sim.imsi == seen_.imsi &&
@@ -131,8 +132,9 @@ void SimModem::notice_card() {
                 (sim.pin_tries == 0) == (seen_.pin_tries == 0) &&
                 (sim.puk_tries == 0) == (seen_.puk_tries == 0);
     seen_ = sim;
-    if (!same && card_changed_) {
-        card_changed_(sim);
+    if (!same) {
+        // 255: no card.
+        report(format("^SIMST:%d", sim.inserted ? 1 : 255));
     }
 }
 

@@ -24,9 +24,6 @@ class SimModem : public Modem {
 
     const SimState &state() const { return state_; }
 
-    // Runs whenever the card changed: inserted, removed, locked, unlocked, swapped.
-    void on_card(std::function<void(const Sim &)> changed) { card_changed_ = std::move(changed); }
-
   private:
     struct Late {
         Clock::time_point due;
@@ -45,7 +42,6 @@ class SimModem : public Modem {
     Clock::time_point begin_ = Clock::now();
     std::deque<Late> late_;
     size_t next_moment_ = 0;
-    std::function<void(const Sim &)> card_changed_;
 };
 
 }  // namespace hearth::device
