@@ -32,6 +32,13 @@ int32_t mapped(int32_t code) {
     return cl_getErrorType(static_cast<uint32_t>(code));
 }
 
+int32_t append(XML_Membuf *buffer, std::string_view text) {
+    return text.size() >= UINT32_MAX
+               ? ZEX_XML_ERR_NO_MEMORY
+               : XML_MemBufInsert(buffer, text.data(), static_cast<uint32_t>(text.size()),
+                                  buffer->length);
+}
+
 }  // namespace
 
 int32_t cl_getErrorType(uint32_t code) {
@@ -178,10 +185,13 @@ int32_t cl_xmlReplaceToQuot(const char *text, char **out) {
     XML_Membuf buffer;
     XML_MembufInit(&buffer);
     int32_t result = 0;
-    for (std::string_view rest = text; result == 0 && !rest.empty();) {
-        std::string_view piece = hearth::xml::next_escaped(&rest);
-        result = XML_MemBufInsert(&buffer, piece.data(), static_cast<uint32_t>(piece.size()),
-                                  buffer.length);
+    while (result == 0 && *text != '\0') {
+        const char *end = hearth::xml::plain_end(text);
+        result = append(&buffer, std::string_view(text, static_cast<size_t>(end - text)));
+        if (result == 0 && *end != '\0') {
+            result = append(&buffer, hearth::xml::escape_of(*end++));
+        }
+        text = end;
     }
     *out = buffer.data;
     return mapped(result);

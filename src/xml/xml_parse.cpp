@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <array>
+#include <utility>
 
 #include "base/guard.h"
 #include "hearth/osa_file.h"
@@ -17,7 +18,6 @@ using hearth::xml::AttributeList;
 namespace {
 
 using ArenaGuard = hearth::Owned<Arena, hearth::xml::arena_free>;
-using ParsedText = hearth::Owned<char, XML_Free>;
 
 // Where the next step of the parser goes on.
 enum class Step {
@@ -26,25 +26,34 @@ enum class Step {
     kInsideStartTag,  // at the name of an attribute, which is the latest token
 };
 
+// The document is parsed in a copy that belongs to the tree. Names and values stay where they
+// are; the byte behind each is overwritten by its terminator as soon as nothing can read it any
+// more.
 struct Parser {
-    const char *cursor;  // the next byte that is not read yet; a NUL ends the document
-    const char *token;   // the latest token; of no length where none could be read
+    char *cursor;  // the next byte that is not read yet; a NUL ends the document
+    char *token;   // the latest token; of no length where none could be read
     size_t token_length;
+    uint8_t token_classes;   // of the characters of a name
+    bool token_after_space;  // whether white space stands right before it
+    bool plain_names;        // no element's name so far held a ":" or a reference
+    bool current_open;       // the end of the current node is still to come
     Step step;
     XML_Node *first;
     XML_Node *current;  // the node reached so far
-    bool current_open;  // its end is still to come
     Arena *arena;
     size_t nodes;  // linked into the tree
     AttributeList attributes;
 };
 
 enum CharacterClass : uint8_t {
-    kOther = 0,
     kSpace = 1,
     kEndsName = 2,    // ends a name, white space included
     kMayEndName = 4,  // ends a name as the start of "/>", "]]>" or "-->"
     kOneByteToken = 8,
+    kColon = 16,
+    kReference = 32,  // "&"
+    kQuote = 64,      // either quote
+    kTagStart = 128,
 };
 
 constexpr auto kClasses = [] {
@@ -52,14 +61,20 @@ constexpr auto kClasses = [] {
     for (char c : {' ', '\t', '\r', '\n'}) {
         classes[static_cast<uint8_t>(c)] = kSpace | kEndsName;
     }
-    for (char c : {'>', '=', '"', '\''}) {
+    for (char c : {'>', '='}) {
         classes[static_cast<uint8_t>(c)] = kEndsName | kOneByteToken;
+    }
+    for (char c : {'"', '\''}) {
+        classes[static_cast<uint8_t>(c)] = kEndsName | kOneByteToken | kQuote;
     }
     for (char c : {'/', ']', '-'}) {
         classes[static_cast<uint8_t>(c)] = kMayEndName;
     }
-    classes['<'] = kEndsName;
-    classes['\0'] = kEndsName;
+    classes[':'] = kColon;
+    classes['&'] = kReference;
+    classes['<'] = kEndsName | kTagStart;
+    // The end of the document ends everything.
+    classes['\0'] = kEndsName | kQuote | kTagStart;
     return classes;
 }();
 
@@ -67,7 +82,20 @@ uint8_t class_of(char c) {
     return kClasses[static_cast<uint8_t>(c)];
 }
 
-const char *skip_space(const char *text) {
+// The first byte from `text` on that is of one of the classes, of which the NUL must have one.
+template <uint8_t Classes>
+char *find_class(char *text) {
+    while (true) {
+        for (int i = 0; i < 4; ++i) {
+            if ((class_of(text[i]) & Classes) != 0) {
+                return text + i;
+            }
+        }
+        text += 4;
+    }
+}
+
+char *skip_space(char *text) {
     while ((class_of(*text) & kSpace) != 0) {
         ++text;
     }
@@ -79,15 +107,15 @@ bool begins(const char *text, const char *with) {
 }
 
 // Behind the end of a text at or behind `from`; NULL when there is none.
-const char *behind(const char *from, const char *end) {
-    const char *found = strstr(from, end);
+char *behind(char *from, const char *end) {
+    char *found = strstr(from, end);
     return found == nullptr ? nullptr : found + strlen(end);
 }
 
 // Behind the comment that stands at `start`, or NULL. Required: it may hold "--", and its end may
 // not be "--->" unless it is "<!---->".
-const char *skip_comment(const char *start) {
-    const char *end = strstr(start, "-->");
+char *skip_comment(char *start) {
+    char *end = strstr(start, "-->");
     if (end == nullptr || end - start < 4 || (end[-1] == '-' && end - start != 4)) {
         return nullptr;
     }
@@ -98,9 +126,9 @@ const char *skip_comment(const char *start) {
 // XML declaration, which stands at the start of a document only.
 bool skip_misc(Parser &parser) {
     while (true) {
-        const char *text = skip_space(parser.cursor);
+        char *text = skip_space(parser.cursor);
         parser.cursor = text;
-        const char *next = nullptr;
+        char *next = nullptr;
         if (text[0] != '<' || (text[1] != '!' && text[1] != '?')) {
             return true;
         }
@@ -118,69 +146,101 @@ bool skip_misc(Parser &parser) {
     }
 }
 
-// Whether one of the sequences that end a name stands here; the byte is of kMayEndName.
-bool ends_name(const char *text) {
-    return text[0] == '/' ? text[1] == '>' : text[1] == text[0] && text[2] == '>';
+bool is_empty_end(const char *text) {
+    return text[0] == '/' && text[1] == '>';
 }
 
-const char *name_end(const char *text) {
+// Whether one of the sequences that end a name stands here; the byte is of kMayEndName.
+bool ends_name(const char *text) {
+    return is_empty_end(text) || (text[0] != '/' && text[1] == text[0] && text[2] == '>');
+}
+
+// The end of the name that `text` begins with; `classes` receives those of its characters.
+char *name_end(char *text, uint8_t *classes) {
+    constexpr uint8_t kAny = 0xFF;
+    *classes = 0;
     while (true) {
+        text = find_class<kAny>(text);
         uint8_t kind = class_of(*text);
-        if (kind != kOther && ((kind & kEndsName) != 0 || ends_name(text))) {
+        if ((kind & kEndsName) != 0 || ((kind & kMayEndName) != 0 && ends_name(text))) {
             return text;
         }
+        *classes |= kind;
         ++text;
     }
 }
 
-size_t token_length_at(const char *text) {
-    if (*text == '<') {
-        return text[1] == '/' ? 2 : 1;
+// The end of the token that stands at the cursor; the cursor itself where none begins.
+char *token_end(Parser &parser) {
+    char *text = parser.cursor;
+    parser.token_classes = class_of(*text);
+    if ((parser.token_classes & (kOneByteToken | kTagStart | kMayEndName)) == 0) {
+        return name_end(text, &parser.token_classes);
     }
-    if (*text == '/') {
-        return text[1] == '>' ? 2 : 0;
+    switch (*text) {
+        case '\0':
+            return text;
+        case '<':
+            return text + (text[1] == '/' ? 2 : 1);
+        case '/':
+            return text + (text[1] == '>' ? 2 : 0);
+        case ']':
+        case '-':
+            return name_end(text, &parser.token_classes);
+        default:
+            return text + 1;
     }
-    if ((class_of(*text) & kOneByteToken) != 0) {
-        return 1;
-    }
-    return static_cast<size_t>(name_end(text) - text);
 }
 
 // Reads a token and returns its length. Where there is none, at the end of the text, at a broken
 // comment, or at what no token begins with, that is 0 and the cursor stays.
-size_t next_token(Parser &parser) {
-    bool readable = skip_misc(parser);
+inline size_t next_token(Parser &parser) {
+    parser.cursor = skip_space(parser.cursor);
+    bool is_misc = *parser.cursor == '<' && (parser.cursor[1] == '!' || parser.cursor[1] == '?');
+    bool readable = !is_misc || skip_misc(parser);
     parser.token = parser.cursor;
-    parser.token_length = readable ? token_length_at(parser.cursor) : 0;
-    parser.cursor += parser.token_length;
+    parser.token_after_space = (class_of(parser.cursor[-1]) & kSpace) != 0;
+    parser.cursor = readable ? token_end(parser) : parser.cursor;
+    parser.token_length = static_cast<size_t>(parser.cursor - parser.token);
     return parser.token_length;
 }
 
-bool token_is(const Parser &parser, std::string_view text) {
-    return std::string_view(parser.token, parser.token_length) == text;
+// Whether the latest token is this one, of one or two bytes.
+template <size_t Size>
+bool token_is(const Parser &parser, const char (&text)[Size]) {
+    return parser.token_length == Size - 1 && memcmp(parser.token, text, Size - 1) == 0;
+}
+
+bool token_is_quote(const Parser &parser) {
+    return parser.token_length == 1 && (*parser.token == '"' || *parser.token == '\'');
 }
 
 // Steps over the ">" of an end tag.
 bool skip_tag_end(Parser &parser) {
     parser.cursor = skip_space(parser.cursor);
-    return *parser.cursor == '>' ? (++parser.cursor, true) : false;
+    if (*parser.cursor != '>') {
+        return false;
+    }
+    ++parser.cursor;
+    return true;
 }
 
-// Copies a text with its references resolved. An empty one leaves `slot` as it is.
-bool copy_text(Parser &parser, const char *from, size_t length, char **slot) {
+// Gives a node the text of `length` bytes at `from`, where it stays unless it holds references.
+// The caller terminates it there. An empty text leaves `slot` as it is.
+bool take_text(Parser &parser, char *from, size_t length, bool has_references, char **slot) {
     if (length == 0) {
         return true;
     }
-    char *text = hearth::xml::arena_text(parser.arena, length + 1);
-    if (text == nullptr) {
-        return false;
+    if (!has_references) {
+        *slot = from;
+        return true;
     }
-    char *end = hearth::xml::copy_decoded(from, length, text);
+    char *text = hearth::xml::arena_text(parser.arena, length + 1);
+    char *end = text == nullptr ? nullptr : hearth::xml::copy_decoded(from, length, text);
     if (end == nullptr) {
         return false;
     }
-    *end++ = '\0';
-    hearth::xml::arena_trim(parser.arena, text, length + 1, end);
+    *end = '\0';
     *slot = text;
     return true;
 }
@@ -190,30 +250,43 @@ bool may_split(const char *name, size_t length, const char *colon) {
     return colon != name && colon != name + length - 1;
 }
 
-bool copy_attribute_name(Parser &parser, XML_Node *attribute) {
-    const char *name = parser.token;
+// The latest token as the name of an attribute, not terminated yet.
+bool take_attribute_name(Parser &parser, XML_Node *attribute) {
+    char *name = parser.token;
     size_t length = parser.token_length;
-    const char *colon = static_cast<const char *>(memchr(name, ':', length));
-    if (colon == nullptr) {
-        return copy_text(parser, name, length, &attribute->name);
+    bool references = (parser.token_classes & kReference) != 0;
+    if ((parser.token_classes & kColon) == 0) {
+        return take_text(parser, name, length, references, &attribute->name);
     }
+    char *colon = static_cast<char *>(memchr(name, ':', length));
     size_t prefix = static_cast<size_t>(colon - name);
-    return may_split(name, length, colon) && copy_text(parser, name, prefix, &attribute->prefix) &&
-           copy_text(parser, colon + 1, length - prefix - 1, &attribute->name);
+    return may_split(name, length, colon) &&
+           take_text(parser, name, prefix, references, &attribute->prefix) &&
+           take_text(parser, colon + 1, length - prefix - 1, references, &attribute->name);
+}
+
+// Terminates the name of an attribute, and its prefix, where they stand in the document.
+void terminate_attribute_name(const XML_Node *attribute, char *name, size_t length) {
+    if (attribute->prefix != nullptr) {
+        *static_cast<char *>(memchr(name, ':', length)) = '\0';
+    }
+    name[length] = '\0';
 }
 
 // Required: an element's name is split when the element ends, and one left open keeps its name
-// whole. The prefix is resolved a second time.
+// whole. References in the prefix are resolved a second time.
 bool split_element_name(Parser &parser, XML_Node *element) {
-    char *colon = strchr(element->name, ':');
+    char *colon = parser.plain_names ? nullptr : strchr(element->name, ':');
     if (colon == nullptr) {
         return true;
     }
+    size_t length = static_cast<size_t>(colon - element->name);
+    bool references = memchr(element->name, '&', length) != nullptr;
     if (!may_split(element->name, strlen(element->name), colon) ||
-        !copy_text(parser, element->name, static_cast<size_t>(colon - element->name),
-                   &element->prefix)) {
+        !take_text(parser, element->name, length, references, &element->prefix)) {
         return false;
     }
+    *colon = '\0';
     element->name = colon + 1;
     return true;
 }
@@ -239,7 +312,16 @@ void append_element(Parser &parser, XML_Node *element, bool open) {
     ++parser.nodes;
     parser.current = element;
     parser.current_open = open;
-    parser.attributes.start(element);
+}
+
+// Whether a name begins with the latest token.
+bool begins_with_token(const char *name, const Parser &parser) {
+    for (size_t i = 0; i < parser.token_length; ++i) {
+        if (name[i] != parser.token[i]) {
+            return false;
+        }
+    }
+    return true;
 }
 
 // Ends the current node.
@@ -253,27 +335,48 @@ bool process_start_tag(Parser &parser) {
         return false;
     }
     XML_Node *element = hearth::xml::arena_node(parser.arena, XML_NODE_ELEMENT);
+    char *name_end = parser.cursor;
+    bool references = (parser.token_classes & kReference) != 0;
+    parser.plain_names &= (parser.token_classes & (kReference | kColon)) == 0;
     if (element == nullptr ||
-        !copy_text(parser, parser.token, parser.token_length, &element->name) ||
+        !take_text(parser, parser.token, parser.token_length, references, &element->name) ||
         next_token(parser) == 0) {
         return false;
     }
     bool empty = token_is(parser, "/>");
+    bool ends = token_is(parser, ">");
+    *name_end = '\0';
     if (empty && !split_element_name(parser, element)) {
         return false;
     }
     append_element(parser, element, !empty);
-    parser.step = empty                   ? Step::kAfterTag
-                  : token_is(parser, ">") ? Step::kAfterStartTag
-                                          : Step::kInsideStartTag;
+    if (empty || ends) {
+        parser.step = empty ? Step::kAfterTag : Step::kAfterStartTag;
+        return true;
+    }
+    parser.step = Step::kInsideStartTag;
+    parser.attributes.start(element);
+    return true;
+}
+
+// Steps over the rest of an end tag that is just a name and its ">", as most are.
+bool skip_plain_end(Parser &parser, const char *name) {
+    if (!parser.plain_names) {
+        return false;
+    }
+    char *text = parser.cursor;
+    for (; *name != '\0' && *name == *text; ++name) {
+        ++text;
+    }
+    if (*name != '\0' || *text != '>') {
+        return false;
+    }
+    parser.cursor = text + 1;
     return true;
 }
 
 // The rest of an end tag whose "</" has been read. Required: the step stays as it is.
 bool process_end_tag(Parser &parser) {
-    if (next_token(parser) == 0) {
-        return false;
-    }
     if (!parser.current_open) {
         if (parser.current == nullptr || parser.current->parent == nullptr) {
             return false;
@@ -281,54 +384,89 @@ bool process_end_tag(Parser &parser) {
         parser.current = parser.current->parent;
     }
     close_element(parser);
-    return token_is(parser, parser.current->name) && split_element_name(parser, parser.current) &&
+    if (skip_plain_end(parser, parser.current->name)) {
+        return true;
+    }
+    return next_token(parser) != 0 && begins_with_token(parser.current->name, parser) &&
+           parser.current->name[parser.token_length] == '\0' &&
+           split_element_name(parser, parser.current) && skip_tag_end(parser);
+}
+
+// The rest of the end tag behind a text, from "</" on. Required: its name may be cut short.
+bool process_text_end(Parser &parser, XML_Node *element) {
+    if (parser.cursor[1] == '/') {
+        parser.cursor += 2;
+        if (skip_plain_end(parser, element->name)) {
+            return true;
+        }
+    } else if (next_token(parser) == 0 || !token_is(parser, "</")) {
+        return false;
+    }
+    next_token(parser);
+    return begins_with_token(element->name, parser) && split_element_name(parser, element) &&
            skip_tag_end(parser);
 }
 
-// The text of an element from its first token to the end tag.
+// The text of an element, from its first byte that is no white space to the end tag.
 bool process_text(Parser &parser) {
     if (!parser.current_open) {
         return false;
     }
     XML_Node *element = parser.current;
-    const char *start = parser.token;
+    char *start = parser.cursor;
     while (start[-1] == ' ') {
         --start;
     }
-    const char *end = strchr(parser.token, '<');
-    if (end == nullptr ||
-        !copy_text(parser, start, static_cast<size_t>(end - start), &element->value)) {
+    char *end = find_class<kTagStart | kReference>(parser.cursor);
+    bool references = *end == '&';
+    if (references) {
+        end = find_class<kTagStart>(end);
+    }
+    if (*end == '\0' ||
+        !take_text(parser, start, static_cast<size_t>(end - start), references, &element->value)) {
         return false;
     }
     parser.cursor = end;
-    if (next_token(parser) == 0 || !token_is(parser, "</")) {
+    if (!process_text_end(parser, element)) {
         return false;
     }
-    // Required: behind a text, the name in the end tag may be cut short.
-    size_t length = next_token(parser);
-    if (strncmp(parser.token, element->name, length) != 0 || !split_element_name(parser, element) ||
-        !skip_tag_end(parser)) {
-        return false;
-    }
+    *end = '\0';
     close_element(parser);
     parser.step = Step::kAfterTag;
     return true;
 }
 
-// The quoted value that follows an attribute's name.
+// The next quote like the one at `quote`, or NULL. `references` tells of an "&" before it.
+char *find_closing_quote(char *quote, bool *references) {
+    char *end = quote;
+    do {
+        end = find_class<kQuote | kReference>(end + 1);
+        *references |= *end == '&';
+    } while (*end != *quote && *end != '\0');
+    return *end == '\0' ? nullptr : end;
+}
+
+// The quoted value that follows an attribute's name, which is the latest token. Nothing is
+// terminated before the attribute is linked, since the parser may come back to what failed.
 bool process_attribute_value(Parser &parser, XML_Node *attribute) {
+    char *name = parser.token;
+    size_t name_length = parser.token_length;
     if (next_token(parser) == 0 || !token_is(parser, "=") || next_token(parser) == 0 ||
-        !(token_is(parser, "\"") || token_is(parser, "'"))) {
+        !token_is_quote(parser)) {
         return false;
     }
-    const char *end = strchr(parser.cursor, *parser.token);
-    if (end == nullptr || !copy_text(parser, parser.cursor,
-                                     static_cast<size_t>(end - parser.cursor), &attribute->value)) {
+    bool references = false;
+    char *end = find_closing_quote(parser.token, &references);
+    if (end == nullptr ||
+        !take_text(parser, parser.cursor, static_cast<size_t>(end - parser.cursor), references,
+                   &attribute->value)) {
         return false;
     }
+    terminate_attribute_name(attribute, name, name_length);
     if (!parser.attributes.append(attribute)) {
         return false;
     }
+    *end = '\0';
     ++parser.nodes;
     parser.cursor = end + 1;
     return true;
@@ -351,11 +489,11 @@ AttributeResult end_start_tag(Parser &parser) {
 
 // One attribute, whose name is the latest token, and the token behind it.
 AttributeResult process_attribute(Parser &parser) {
-    if ((class_of(parser.token[-1]) & kSpace) == 0) {
+    if (!parser.token_after_space) {
         return AttributeResult::kFailed;
     }
     XML_Node *attribute = hearth::xml::arena_node(parser.arena, XML_NODE_ATTRIBUTE);
-    if (attribute == nullptr || !copy_attribute_name(parser, attribute) ||
+    if (attribute == nullptr || !take_attribute_name(parser, attribute) ||
         !process_attribute_value(parser, attribute) || next_token(parser) == 0 ||
         *parser.token == '<') {
         return AttributeResult::kFailed;
@@ -381,21 +519,24 @@ bool process_next(Parser &parser) {
     if (parser.step == Step::kInsideStartTag) {
         return process_attributes(parser);
     }
-    if (next_token(parser) == 0 && *parser.cursor == '\0') {
+    if (!skip_misc(parser)) {
+        return false;
+    }
+    const char *text = parser.cursor;
+    if (*text == '<') {
+        bool is_end = text[1] == '/';
+        parser.cursor += is_end ? 2 : 1;
+        return is_end ? process_end_tag(parser) : process_start_tag(parser);
+    }
+    if (*text == '\0') {
         return true;
     }
-    if (token_is(parser, "</")) {
-        return process_end_tag(parser);
-    }
-    if (token_is(parser, "<")) {
-        return process_start_tag(parser);
-    }
-    return !token_is(parser, ">") && !token_is(parser, "/>") &&
-           parser.step == Step::kAfterStartTag && process_text(parser);
+    return parser.step == Step::kAfterStartTag && *text != '>' && !is_empty_end(text) &&
+           process_text(parser);
 }
 
 // Behind a document type that begins at `text`, or NULL. Single quotes mean nothing in it.
-const char *skip_document_type(const char *text) {
+char *skip_document_type(char *text) {
     int64_t depth = 0;
     do {
         if (*text == '"') {
@@ -418,7 +559,7 @@ bool skip_prolog(Parser &parser) {
         parser.cursor += 3;
     }
     if (begins(parser.cursor, "<?xml ")) {
-        const char *next = behind(parser.cursor, "?>");
+        char *next = behind(parser.cursor, "?>");
         if (next == nullptr) {
             return false;
         }
@@ -428,7 +569,7 @@ bool skip_prolog(Parser &parser) {
         return false;
     }
     if (begins(parser.cursor, "<!DOCTYPE")) {
-        const char *next = skip_document_type(parser.cursor);
+        char *next = skip_document_type(parser.cursor);
         if (next == nullptr) {
             return false;
         }
@@ -451,12 +592,12 @@ bool parse_document(Parser &parser) {
     return parser.first != nullptr && !parser.current_open;
 }
 
-int32_t parse_text(const char *text, XML_Node **tree) {
-    ArenaGuard arena(hearth::xml::arena_new(strlen(text)));
-    if (!arena) {
-        return ZEX_XML_ERR_NO_MEMORY;
-    }
-    Parser parser{text, text, 0, Step::kAfterTag, nullptr, nullptr, false, arena.get(), 0, {}};
+// Parses the document in an arena, which the tree owns then.
+int32_t parse_in_place(ArenaGuard arena, char *document, XML_Node **tree) {
+    Parser parser{};
+    parser.cursor = document;
+    parser.arena = arena.get();
+    parser.plain_names = true;
     // Memory that runs out on the way counts as a bad document: required.
     if (!parse_document(parser)) {
         return ZEX_XML_ERR_SYNTAX;
@@ -468,29 +609,16 @@ int32_t parse_text(const char *text, XML_Node **tree) {
 
 using Stream = hearth::Owned<FILE, osa_fclose>;
 
-// Reads a whole file as a terminated text.
-int32_t read_file(const char *path, ParsedText *text) {
-    Stream file(osa_fopen(path, "rb"));
-    if (!file) {
-        return ZEX_XML_ERR_OPEN;
-    }
-    if (osa_fseek(file.get(), 0, SEEK_END) != 0) {
+// Stores the length of an open file.
+int32_t measure(FILE *file, size_t *length) {
+    if (osa_fseek(file, 0, SEEK_END) != 0) {
         return ZEX_XML_ERR_READ;
     }
-    long length = osa_ftell(file.get());
-    if (length < 1) {
+    long end = osa_ftell(file);
+    if (end < 1) {
         return ZEX_XML_ERR_SYNTAX;
     }
-    size_t size = static_cast<size_t>(length);
-    text->reset(static_cast<char *>(XML_Malloc(size + 1)));
-    if (!*text) {
-        return ZEX_XML_ERR_NO_MEMORY;
-    }
-    if (osa_fseek(file.get(), 0, SEEK_SET) != 0 ||
-        osa_fread(text->get(), 1, size, file.get()) != size) {
-        return ZEX_XML_ERR_READ;
-    }
-    text->get()[size] = '\0';
+    *length = static_cast<size_t>(end);
     return 0;
 }
 
@@ -501,14 +629,38 @@ int32_t ZEX_XML_Parse(const char *text, XML_Node **tree) {
         return ZEX_XML_ERR_PARAM;
     }
     *tree = nullptr;
-    return parse_text(text, tree);
+    size_t length = strlen(text);
+    char *document = nullptr;
+    ArenaGuard arena(hearth::xml::arena_new(length, &document));
+    if (!arena) {
+        return ZEX_XML_ERR_NO_MEMORY;
+    }
+    memcpy(document, text, length);
+    return parse_in_place(std::move(arena), document, tree);
 }
 
 int32_t ZEX_XML_ParseFile(const char *path, XML_Node **tree) {
     if (path == nullptr || tree == nullptr) {
         return ZEX_XML_ERR_PARAM;
     }
-    ParsedText text;
-    int32_t result = read_file(path, &text);
-    return result != 0 ? result : parse_text(text.get(), tree);
+    Stream file(osa_fopen(path, "rb"));
+    if (!file) {
+        return ZEX_XML_ERR_OPEN;
+    }
+    size_t length = 0;
+    int32_t result = measure(file.get(), &length);
+    if (result != 0) {
+        return result;
+    }
+    char *document = nullptr;
+    ArenaGuard arena(hearth::xml::arena_new(length, &document));
+    if (!arena) {
+        return ZEX_XML_ERR_NO_MEMORY;
+    }
+    if (osa_fseek(file.get(), 0, SEEK_SET) != 0 ||
+        osa_fread(document, 1, length, file.get()) != length) {
+        return ZEX_XML_ERR_READ;
+    }
+    file.reset(nullptr);
+    return parse_in_place(std::move(arena), document, tree);
 }

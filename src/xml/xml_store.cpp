@@ -44,16 +44,19 @@ constexpr uintptr_t text_bit(Text which) {
 constexpr uintptr_t kTextBits = 7;
 static_assert(alignof(max_align_t) > kTextBits, "an arena's address leaves room for the bits");
 
-// Larger requests than a quarter of a slab get a slab of their own.
+// Slabs are as large as their document, within these bounds.
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer) && !defined(__SANITIZE_ADDRESS__)
 #define __SANITIZE_ADDRESS__
 #endif
 #endif
 #if defined(__SANITIZE_ADDRESS__)
-constexpr size_t kSlabSize = 0;  // each node and text has its own, so that overruns are seen
+// Each node and text has a slab of its own, so that overruns are seen.
+constexpr size_t kMinSlab = 0;
+constexpr size_t kMaxSlab = 0;
 #else
-constexpr size_t kSlabSize = 32 * 1024;
+constexpr size_t kMinSlab = 1024;
+constexpr size_t kMaxSlab = 32 * 1024;
 #endif
 
 Cell *cell_of(const XML_Node *node) {
@@ -80,15 +83,22 @@ struct Slab {
     Slab *next;
 };
 
-Arena *arena_new(size_t text_length) {
-    // About what a document of short elements needs; a longer one goes on in further slabs.
-    size_t size = sizeof(Arena) + std::min(text_length * 3 + sizeof(Cell), kSlabSize);
-    Arena *arena = static_cast<Arena *>(XML_Malloc(size));
-    if (arena == nullptr) {
+Arena *arena_new(size_t length, char **document) {
+    if (length > SIZE_MAX / 8) {
         return nullptr;
     }
-    char *start = reinterpret_cast<char *>(arena);
-    return new (arena) Arena{{0}, nullptr, start + sizeof(Arena), start + size};
+    // Room for an element every 25 bytes, so that a document is one block as a rule.
+    size_t nodes = kMaxSlab == 0 ? 0 : (length / 25 + 2) * sizeof(Cell);
+    size_t before = sizeof(Arena) + length + 2;
+    char *start = static_cast<char *>(XML_Malloc(before + nodes));
+    if (start == nullptr) {
+        return nullptr;
+    }
+    *document = start + sizeof(Arena) + 1;
+    (*document)[-1] = '\0';
+    (*document)[length] = '\0';
+    size_t slab_size = std::clamp(length, kMinSlab, kMaxSlab);
+    return new (start) Arena{{0}, nullptr, slab_size, start + before, start + before + nodes};
 }
 
 void arena_free(Arena *arena) {
@@ -101,11 +111,11 @@ void arena_free(Arena *arena) {
     XML_Free(arena);
 }
 
-// Memory from a new slab. One made for a single large request is full at once, and the slab in
-// use stays in use.
+// Memory from a new slab. A request of more than a quarter of a slab gets one to itself, and the
+// slab in use stays in use.
 static char *arena_grow(Arena *arena, size_t size) {
-    bool single = size > kSlabSize / 4;
-    size_t room = single ? size : kSlabSize;
+    bool single = size > arena->slab_size / 4;
+    size_t room = single ? size : arena->slab_size;
     if (room > SIZE_MAX - sizeof(Slab)) {
         return nullptr;
     }

@@ -1,8 +1,8 @@
 // Where nodes and their texts live.
 //
 // A node made by hand is one block with its first texts behind it. The nodes of a parsed document
-// share an arena with their texts, which goes when its last node is freed. A text that is set
-// later is a block of its own.
+// share an arena, which holds the document too: most texts are parts of it. The arena goes when
+// its last node is freed. A text that is set later is a block of its own.
 #pragma once
 
 #include <stddef.h>
@@ -22,25 +22,20 @@ struct Slab;
 struct Arena {
     std::atomic<size_t> live;  // nodes not freed yet
     Slab *slabs;               // behind the one that the arena itself stands in
+    size_t slab_size;          // of the next one
     char *next;
     char *end;
 };
 
-// A new arena, with its first slab made for a document of `text_length` bytes; NULL when memory
-// is out. It ends with arena_free, or with its last node.
-Arena *arena_new(size_t text_length);
+// A new arena for a document of `length` bytes; NULL when memory is out. `document` receives the
+// place for it, terminated already; the byte before it is there and 0. The arena ends with
+// arena_free, or with its last node.
+Arena *arena_new(size_t length, char **document);
 void arena_free(Arena *arena);
 
 // A zeroed node, or `size` bytes of text. NULL when memory is out.
 XML_Node *arena_node(Arena *arena, uint32_t type);
 char *arena_text(Arena *arena, size_t size);
-
-// Gives back what of the latest text, `size` bytes at `text`, stands from `unused` on.
-inline void arena_trim(Arena *arena, const char *text, size_t size, char *unused) {
-    if (text + size == arena->next) {
-        arena->next = unused;
-    }
-}
 
 // The texts of a node.
 enum class Text : unsigned { kName, kValue, kPrefix };

@@ -1,6 +1,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
 #include <string_view>
 
 #include "base/guard.h"
@@ -16,53 +17,89 @@ using std::string_view;
 namespace {
 
 constexpr string_view kHeader = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
+constexpr uint32_t kMinGrowth = 1024;
 constexpr size_t kMaxParentPath = 255;
 
 using BufferGuard = hearth::Owned<XML_Membuf, XML_MembufDestroy>;
 
+// Makes room for `size` more bytes. The buffer grows by half, so that a long document is not copied
+// over and over.
+bool make_room(XML_Membuf *buffer, size_t size) {
+    if (size <= buffer->capacity - buffer->length) {
+        return true;
+    }
+    if (size > UINT32_MAX - buffer->length) {
+        return false;
+    }
+    buffer->growth = std::max(kMinGrowth, buffer->length / 2);
+    return XML_MembufSetSize(buffer, buffer->length + static_cast<uint32_t>(size)) == 0;
+}
+
+// The functions below leave the terminator to the end of the document.
+
 bool put(XML_Membuf *buffer, string_view text) {
-    return text.size() < UINT32_MAX &&
-           XML_MemBufInsert(buffer, text.data(), static_cast<uint32_t>(text.size()),
-                            buffer->length) == 0;
+    if (!make_room(buffer, text.size())) {
+        return false;
+    }
+    memcpy(buffer->data + buffer->length, text.data(), text.size());
+    buffer->length += static_cast<uint32_t>(text.size());
+    return true;
+}
+
+// Appends characters up to the first that `ends` is true for, or up to where memory runs out:
+// false then. `text` moves along.
+template <typename Ends>
+bool put_until(XML_Membuf *buffer, const char **text, Ends ends) {
+    const char *from = *text;
+    while (true) {
+        if (ends(*from)) {
+            *text = from;
+            return true;
+        }
+        if (!make_room(buffer, 1)) {
+            *text = from;
+            return false;
+        }
+        char *to = buffer->data + buffer->length;
+        char *end = buffer->data + buffer->capacity;
+        while (to != end && !ends(*from)) {
+            *to++ = *from++;
+        }
+        buffer->length = static_cast<uint32_t>(to - buffer->data);
+    }
+}
+
+bool put_text(XML_Membuf *buffer, const char *text) {
+    return put_until(buffer, &text, [](char c) { return c == '\0'; });
 }
 
 bool put_name(XML_Membuf *buffer, const XML_Node *node) {
-    return (node->prefix == nullptr || (put(buffer, node->prefix) && put(buffer, ":"))) &&
-           put(buffer, node->name);
+    return (node->prefix == nullptr || (put_text(buffer, node->prefix) && put(buffer, ":"))) &&
+           put_text(buffer, node->name);
 }
 
 void tell_append_failed() {
     puts("XML_MemBufAppendStr failed ");
 }
 
-// As much of a text without escapes as there is memory for.
-void put_what_fits(XML_Membuf *buffer, string_view text) {
-    for (char c : text) {
-        if (XML_MemBufAppend(buffer, c) != 0) {
-            return;
-        }
-    }
-}
-
 // Required: when memory runs out, that is a failure at "<" and ">" only. At the other escapes it
 // is told and the text goes on without them, and any other character ends the text.
 bool put_escaped(XML_Membuf *buffer, const char *text) {
-    for (string_view rest = text; !rest.empty();) {
-        char first = rest.front();
-        string_view piece = hearth::xml::next_escaped(&rest);
-        if (put(buffer, piece)) {
-            continue;
-        }
-        if (first == '<' || first == '>') {
-            return false;
-        }
-        if (hearth::xml::escape_of(first).empty()) {
-            put_what_fits(buffer, piece);
+    while (true) {
+        bool all = put_until(buffer, &text, [](char c) {
+            return hearth::xml::kEscapeOf[static_cast<uint8_t>(c)] != 0;
+        });
+        if (!all || *text == '\0') {
             return true;
         }
-        tell_append_failed();
+        if (!put(buffer, hearth::xml::escape_of(*text))) {
+            if (*text == '<' || *text == '>') {
+                return false;
+            }
+            tell_append_failed();
+        }
+        ++text;
     }
-    return true;
 }
 
 int32_t print_attribute(XML_Membuf *buffer, const XML_Node *attribute) {
@@ -164,7 +201,8 @@ const XML_Node *next_below(const XML_Node *root, const XML_Node *node) {
     return node == root ? nullptr : node->next_sibling;
 }
 
-// Prints a node and what is below it as a document. The buffer is new.
+// Prints a node and what is below it as a document. The buffer is new, and what it holds after a
+// failure is not terminated.
 int32_t print_document(XML_Membuf *buffer, const XML_Node *root) {
     if (!put(buffer, kHeader)) {
         tell_append_failed();
@@ -174,6 +212,9 @@ int32_t print_document(XML_Membuf *buffer, const XML_Node *root) {
         if (result != 0) {
             return result;
         }
+    }
+    if (buffer->data != nullptr) {
+        buffer->data[buffer->length] = '\0';
     }
     return 0;
 }
