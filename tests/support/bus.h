@@ -123,6 +123,32 @@ class Peer {
     int fd_;
 };
 
+// Stands in for the notify server: takes the library's connections and leaves the rest to the
+// test.
+class ScriptedServer {
+  public:
+    ScriptedServer() {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        strcpy(address.sun_path, kServerPath);
+        unlink(kServerPath);
+        fd_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        bind(fd_, reinterpret_cast<sockaddr *>(&address), sizeof address);
+        listen(fd_, 8);
+    }
+    ScriptedServer(const ScriptedServer &) = delete;
+    ScriptedServer &operator=(const ScriptedServer &) = delete;
+    ~ScriptedServer() {
+        close(fd_);
+        unlink(kServerPath);
+    }
+
+    Peer accept() const { return Peer(accept4(fd_, nullptr, nullptr, SOCK_CLOEXEC)); }
+
+  private:
+    int fd_;
+};
+
 // The notify server of the desk, as a process of its own.
 class ServerProcess {
   public:
