@@ -75,6 +75,21 @@ HEARTH_API int32_t send_notify_webserver(uint32_t mid, uint32_t msg_id, void *re
  */
 HEARTH_API void register_restfulhandle_again(void);
 
+/*
+ * The XML body that tells of a result: success for 0, busy for 100004, otherwise an error with
+ * the message that "error_code_msg.xml" of the configuration directory "global" has for the code,
+ * or an empty one. Of the code's text the first 8 characters count. The message is not escaped.
+ * Returns a text that goes back through global_release_msg; never null. Blocks as
+ * cfg_get_config_path does.
+ */
+HEARTH_API char *global_get_error_msg(int32_t code);
+
+/* Frees a text of global_get_error_msg; does nothing for null and for the fixed bodies. */
+HEARTH_API void global_release_msg(char *text);
+
+/* Returns `size` zeroed bytes, which the caller frees; null for 0 or without memory. */
+HEARTH_API void *global_get_response_memory(uint32_t size);
+
 HEARTH_END_DECLS
 
 #endif
