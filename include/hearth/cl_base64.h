@@ -1,8 +1,8 @@
 /*
  * Hearth: Base64 with the alphabet of RFC 4648, without line breaks.
  *
- * What the status numbers and the in-out lengths mean stands in cl_text.h. Both functions take a
- * work buffer from the heap for the length of the call; input and output may be the same.
+ * What the status numbers and the in-out lengths mean stands in cl_text.h. Input and output may
+ * begin at the same place.
  */
 #ifndef HEARTH_CL_BASE64_H
 #define HEARTH_CL_BASE64_H
@@ -12,7 +12,8 @@
 HEARTH_BEGIN_DECLS
 
 /*
- * Writes bytes as Base64 text; not terminated.
+ * Writes bytes as Base64 text; not terminated. Takes a work buffer from the heap for the length
+ * of the call.
  *   count   bytes
  *   length  in: capacity; out: characters, a multiple of 4
  * Status: CL_TEXT_OK, CL_TEXT_BAD_ARGUMENT, CL_TEXT_NO_ROOM, CL_TEXT_BASE64_FAILED without
@@ -30,7 +31,7 @@ HEARTH_API uint32_t cl_base64Encode(const uint8_t *bytes, uint32_t count, char *
  * Characters that fill no group of four are dropped. A character outside the alphabet goes
  * unnoticed and leaves its group misaligned.
  * Status: CL_TEXT_OK, CL_TEXT_BAD_ARGUMENT, CL_TEXT_NO_ROOM, CL_TEXT_BASE64_FAILED for a text
- * of less than one group or without memory.
+ * of less than one group.
  */
 HEARTH_API uint32_t cl_base64Decode(const char *text, uint32_t count, uint8_t *bytes,
                                     uint32_t *length);

@@ -1,14 +1,14 @@
-// Base64, in groups of three bytes and four characters.
+// Base64.
 #include "hearth/cl_base64.h"
 
 #include <stdlib.h>
 #include <string.h>
 
-#include <algorithm>
 #include <array>
 
 #include "base/guard.h"
 #include "text/cl_text_status.h"
+#include "text/cl_word.h"
 
 using namespace hearth::text;
 
@@ -17,64 +17,105 @@ namespace {
 constexpr char table64[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 constexpr char kPad = '=';
 
-constexpr uint8_t kOutside = 0xFF;
-constexpr uint8_t kPadding = 0xFE;
+// Encoding: the six-bit values stand one a byte in a work buffer, where they come from bytes by
+// the word and become digits many at a time.
+constexpr uint32_t kWordBytes = 6;
+constexpr uint32_t kWordValues = 8;
+// What the last words may write behind the values that are wanted.
+constexpr size_t kSlack = 2 * kWordValues;
 
-constexpr std::array<uint8_t, 256> reading_table() {
-    std::array<uint8_t, 256> readings{};
-    readings.fill(kOutside);
-    for (uint8_t i = 0; i < 64; ++i) {
-        readings[static_cast<uint8_t>(table64[i])] = i;
-    }
-    readings[static_cast<uint8_t>(kPad)] = kPadding;
-    return readings;
-}
-constexpr std::array<uint8_t, 256> kReadings = reading_table();
-
-void encode_group(const uint8_t *bytes, char *text) {
-    text[0] = table64[bytes[0] >> 2];
-    text[1] = table64[(bytes[0] & 0x03) << 4 | bytes[1] >> 4];
-    text[2] = table64[(bytes[1] & 0x0F) << 2 | bytes[2] >> 6];
-    text[3] = table64[bytes[2] & 0x3F];
+constexpr uint8_t when(bool holds, uint8_t bits) {
+    return static_cast<uint8_t>(-static_cast<uint8_t>(holds) & bits);
 }
 
-// A character outside the alphabet does not even shift: its group comes out misaligned, and
-// nothing is said. That is required.
-void decode_group(const char *text, uint8_t *bytes) {
-    uint32_t value = 0;
-    for (int i = 0; i < 4; ++i) {
-        uint8_t reading = kReadings[static_cast<uint8_t>(text[i])];
-        if (reading == kPadding) {
-            value <<= 6;
-        } else if (reading != kOutside) {
-            value = value << 6 | reading;
+// The alphabet as arithmetic without branches, which compilers turn into vector code.
+constexpr uint8_t digit_of(uint8_t value) {
+    return static_cast<uint8_t>(value + 'A' + when(value > 25, 'a' - 'Z' - 1) -
+                                when(value > 51, 'z' - '0' + 1) - when(value > 61, '9' - '+' + 1) +
+                                when(value > 62, '/' - '+' - 1));
+}
+
+constexpr bool digits_agree() {
+    for (uint8_t value = 0; value < 64; ++value) {
+        if (digit_of(value) != static_cast<uint8_t>(table64[value])) {
+            return false;
         }
     }
-    bytes[0] = static_cast<uint8_t>(value >> 16);
-    bytes[1] = static_cast<uint8_t>(value >> 8);
-    bytes[2] = static_cast<uint8_t>(value);
+    return true;
+}
+static_assert(digits_agree());
+
+// 48 bits, the first highest, to eight values of six bits, one a byte.
+constexpr uint64_t spread(uint64_t bits) {
+    bits = (bits & 0x0000FFFFFF000000) << 8 | (bits & 0x0000000000FFFFFF);
+    bits = (bits & 0x00FFF00000FFF000) << 4 | (bits & 0x00000FFF00000FFF);
+    return (bits & 0x0FC00FC00FC00FC0) << 2 | (bits & 0x003F003F003F003F);
 }
 
-void encode_all(const uint8_t *bytes, size_t count, char *text) {
-    for (; count >= 3; count -= 3, bytes += 3, text += 4) {
-        encode_group(bytes, text);
+static_assert(spread(0xFEDCBA987654) == 0x3F2D323A26071914);
+
+// The values of all bytes; a missing byte counts as zero.
+void spread_all(const uint8_t *bytes, size_t count, uint8_t *values) {
+    for (; count >= sizeof(uint64_t); count -= kWordBytes, bytes += kWordBytes) {
+        store_be64(values, spread(load_be64(bytes) >> 16));
+        values += kWordValues;
     }
-    if (count > 0) {
-        uint8_t last[3] = {};
-        memcpy(last, bytes, count);
-        encode_group(last, text);
-        memset(text + count + 1, kPad, 3 - count);
+    uint8_t last[kWordBytes + sizeof(uint64_t)] = {};
+    memcpy(last, bytes, count);
+    store_be64(values, spread(load_be64(last) >> 16));
+    store_be64(values + kWordValues, spread(load_be64(last + kWordBytes) >> 16));
+}
+
+void write_digits(const uint8_t *values, size_t count, char *text) {
+    for (size_t i = 0; i < count; ++i) {
+        text[i] = static_cast<char>(digit_of(values[i]));
     }
 }
 
-void decode_all(const char *text, size_t groups, size_t pads, uint8_t *bytes) {
-    for (size_t i = 0; i + 1 < groups; ++i, text += 4, bytes += 3) {
-        decode_group(text, bytes);
+// Decoding: what a character at one of the four places of a group adds to its three bytes, the
+// first byte lowest. Padding shifts like a value of zero.
+using Readings = std::array<uint32_t, 256>;
+
+constexpr uint32_t kOutside = 0x80000000;
+
+constexpr Readings readings_at(uint32_t place) {
+    Readings readings{};
+    readings.fill(kOutside);
+    for (uint32_t value = 0; value < 64; ++value) {
+        uint32_t bits = value << (18 - 6 * place);
+        readings[static_cast<uint8_t>(table64[value])] = hearth::swap_bytes(bits) >> 8;
     }
-    uint8_t last[3];
-    decode_group(text, last);
+    readings[static_cast<uint8_t>(kPad)] = 0;
+    return readings;
+}
+
+constexpr Readings kReadings[] = {readings_at(0), readings_at(1), readings_at(2), readings_at(3)};
+
+// The three bytes of a group with a character outside the alphabet, which does not even shift, so
+// that the group comes out misaligned and nothing is said: required.
+uint32_t misaligned_group(const uint8_t *text) {
+    uint32_t bits = 0;
+    for (int i = 0; i < 4; ++i) {
+        uint32_t reading = kReadings[3][text[i]];
+        bits = reading == kOutside ? bits : bits << 6 | reading >> 16;
+    }
+    return hearth::swap_bytes(bits) >> 8;
+}
+
+uint32_t group_bytes(const uint8_t *text) {
+    uint32_t bytes = kReadings[0][text[0]] | kReadings[1][text[1]] | kReadings[2][text[2]] |
+                     kReadings[3][text[3]];
+    return (bytes & kOutside) == 0 ? bytes : misaligned_group(text);
+}
+
+// Text and bytes may begin at the same place: writing never gets ahead of reading.
+void decode_groups(const uint8_t *text, size_t groups, size_t pads, uint8_t *bytes) {
+    for (; groups > 1; --groups, text += 4, bytes += 3) {
+        hearth::store_le32(bytes, group_bytes(text));
+    }
+    uint8_t last[4];
+    hearth::store_le32(last, group_bytes(text));
     memcpy(bytes, last, 3 - pads);
-    bytes[3 - pads] = 0;
 }
 
 }  // namespace
@@ -84,13 +125,16 @@ uint32_t cl_base64Encode(const uint8_t *bytes, uint32_t count, char *text, uint3
     if (uint32_t status = check_arguments(bytes, count, text, length, made)) {
         return status;
     }
-    hearth::HeapBlock<char> work(static_cast<char *>(malloc(size_t{count} / 3 * 4 + 8)));
-    if (!work) {
+    uint32_t characters = static_cast<uint32_t>(made);
+    hearth::HeapBlock<uint8_t> values(static_cast<uint8_t *>(malloc(characters + kSlack)));
+    if (!values) {
         return CL_TEXT_BASE64_FAILED;
     }
-    encode_all(bytes, count, work.get());
-    memcpy(text, work.get(), static_cast<size_t>(made));
-    *length = static_cast<uint32_t>(made);
+    spread_all(bytes, count, values.get());
+    write_digits(values.get(), characters, text);
+    uint32_t pads = (3 - count % 3) % 3;
+    memset(text + characters - pads, kPad, pads);
+    *length = characters;
     return CL_TEXT_OK;
 }
 
@@ -108,12 +152,7 @@ uint32_t cl_base64Decode(const char *text, uint32_t count, uint8_t *bytes, uint3
     if (made > *length) {
         return CL_TEXT_NO_ROOM;
     }
-    hearth::HeapBlock<uint8_t> work(static_cast<uint8_t *>(malloc(made + 4)));
-    if (!work) {
-        return CL_TEXT_BASE64_FAILED;
-    }
-    decode_all(text, groups, pads, work.get());
-    memcpy(bytes, work.get(), made);
+    decode_groups(reinterpret_cast<const uint8_t *>(text), groups, pads, bytes);
     *length = static_cast<uint32_t>(made);
     return CL_TEXT_OK;
 }

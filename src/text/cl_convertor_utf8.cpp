@@ -1,9 +1,12 @@
 // UCS-2 to UTF-8 and back.
 #include <algorithm>
 #include <bit>
+#include <limits>
 
+#include "base/bytes.h"
 #include "hearth/cl_convertor.h"
 #include "text/cl_text_status.h"
+#include "text/cl_word.h"
 
 using namespace hearth::text;
 
@@ -12,13 +15,19 @@ namespace {
 // Text is looked through in blocks for ASCII other than a zero, which is copied as it stands.
 constexpr uint32_t kBlock = 16;
 
+// True when all units are from 1 to 0x7F: nothing stands in the bits above, and taking 1 from
+// each sets none of them.
 template <typename Unit>
 bool is_ascii_block(const Unit *text) {
-    bool ascii = true;
-    for (uint32_t i = 0; i < kBlock; ++i) {
-        ascii &= static_cast<Unit>(text[i] - 1) < 0x7F;
+    constexpr uint64_t kOnes = UINT64_MAX / std::numeric_limits<Unit>::max();
+    constexpr uint64_t kAbove = kOnes * (std::numeric_limits<Unit>::max() - 0x7F);
+    constexpr uint32_t kUnitsPerWord = sizeof(uint64_t) / sizeof(Unit);
+    uint64_t seen = 0;
+    for (uint32_t i = 0; i < kBlock; i += kUnitsPerWord) {
+        uint64_t word = hearth::load_native<uint64_t>(text + i);
+        seen |= word | (word - kOnes);
     }
-    return ascii;
+    return (seen & kAbove) == 0;
 }
 
 template <typename To, typename From>
@@ -28,25 +37,55 @@ void copy_block(To *to, const From *from) {
     }
 }
 
-constexpr uint8_t continuation(uint32_t bits) {
-    return static_cast<uint8_t>(0x80 | (bits & 0x3F));
-}
+constexpr uint32_t kLongestOfUnit = 3;
 
 constexpr uint32_t utf8_size(uint16_t unit) {
-    return unit < 0x80 ? 1 : unit < 0x800 ? 2 : 3;
+    return 1u + (unit > 0x7F) + (unit > 0x7FF);
 }
 
-void put_utf8(uint16_t unit, uint32_t size, uint8_t *to) {
-    if (size == 1) {
-        to[0] = static_cast<uint8_t>(unit);
-    } else if (size == 2) {
-        to[0] = static_cast<uint8_t>(0xC0 | unit >> 6);
-        to[1] = continuation(unit);
-    } else {
-        to[0] = static_cast<uint8_t>(0xE0 | unit >> 12);
-        to[1] = continuation(unit >> 6u);
-        to[2] = continuation(unit);
+constexpr uint32_t continuation(uint32_t bits) {
+    return 0x80 | (bits & 0x3F);
+}
+
+// The bytes of a character of `size`, the first lowest.
+constexpr uint32_t utf8_bytes(uint32_t unit, uint32_t size) {
+    switch (size) {
+        case 1:
+            return unit;
+        case 2:
+            return 0xC0 | unit >> 6 | continuation(unit) << 8;
+        default:
+            return 0xE0 | unit >> 12 | continuation(unit >> 6) << 8 | continuation(unit) << 16;
     }
+}
+
+// Writes up to a block of units, ending at a zero one, into room for the longest characters and
+// a byte more. Returns the units taken.
+uint32_t write_block(const uint16_t *text, uint8_t *&utf8) {
+    if (is_ascii_block(text)) {
+        copy_block(utf8, text);
+        utf8 += kBlock;
+        return kBlock;
+    }
+    uint8_t *next = utf8;
+    uint32_t at = 0;
+    for (; at < kBlock; ++at) {
+        uint32_t unit = text[at];
+        if (unit <= 0x7F) {
+            if (unit == 0) {
+                break;
+            }
+            *next++ = static_cast<uint8_t>(unit);
+        } else if (unit <= 0x7FF) {
+            store_le16(next, static_cast<uint16_t>(utf8_bytes(unit, 2)));
+            next += 2;
+        } else {
+            hearth::store_le32(next, utf8_bytes(unit, 3));
+            next += 3;
+        }
+    }
+    utf8 = next;
+    return at;
 }
 
 struct Written {
@@ -56,42 +95,38 @@ struct Written {
 
 // Writes whole characters up to the count, a zero unit or the capacity, and a terminator.
 Written write_utf8(const uint16_t *text, uint32_t count, uint8_t *utf8, uint32_t capacity) {
-    uint32_t made = 0;
+    constexpr ptrdiff_t kRoom = kBlock * kLongestOfUnit + 1;
+    uint8_t *next = utf8;
+    const uint8_t *limit = utf8 + capacity;
+    uint32_t at = 0;
     bool whole = true;
-    for (uint32_t at = 0; at < count;) {
-        if (count - at >= kBlock && capacity - made >= kBlock && is_ascii_block(text + at)) {
-            copy_block(utf8 + made, text + at);
-            made += kBlock;
-            at += kBlock;
+    while (at < count && text[at] != 0) {
+        if (count - at >= kBlock && limit - next >= kRoom) {
+            at += write_block(text + at, next);
             continue;
         }
-        uint32_t end = at + std::min(kBlock, count - at);
-        for (; at < end && text[at] != 0; ++at) {
-            uint32_t size = utf8_size(text[at]);
-            if (capacity - made < size) {
-                whole = false;
-                break;
-            }
-            put_utf8(text[at], size, utf8 + made);
-            made += size;
-        }
-        if (at < end) {
+        uint32_t size = utf8_size(text[at]);
+        whole = limit - next >= static_cast<ptrdiff_t>(size);
+        if (!whole) {
             break;
         }
+        uint8_t bytes[4];
+        hearth::store_le32(bytes, utf8_bytes(text[at++], size));
+        next = std::copy_n(bytes, size, next);
     }
-    utf8[made] = 0;
-    return {made, whole};
+    *next = 0;
+    return {static_cast<uint32_t>(next - utf8), whole};
 }
 
 // The length of the sequence that a byte leads, 0 when it leads none. The long forms of old are
 // taken, so that a sequence is never split.
-uint32_t sequence_length(uint8_t lead) {
+constexpr uint32_t sequence_length(uint8_t lead) {
     int ones = std::countl_one(lead);
     return ones == 0 ? 1 : ones >= 2 && ones <= 6 ? static_cast<uint32_t>(ones) : 0;
 }
 
 // The value of a sequence; what exceeds 16 bits is lost. Continuation bytes are not tested.
-uint16_t sequence_value(const uint8_t *sequence, uint32_t length) {
+constexpr uint16_t sequence_value(const uint8_t *sequence, uint32_t length) {
     uint32_t value = length == 1 ? sequence[0] : sequence[0] & (0x7Fu >> length);
     for (uint32_t i = 1; i < length; ++i) {
         value = value << 6 | (sequence[i] & 0x3F);
@@ -99,39 +134,69 @@ uint16_t sequence_value(const uint8_t *sequence, uint32_t length) {
     return static_cast<uint16_t>(value);
 }
 
-struct Reader {
-    const uint8_t *utf8;
-    uint32_t count;
-    uint32_t at;
-    uint16_t *text;
-    uint32_t capacity;
-    uint32_t made;
+// Where the reading of a text has got to.
+struct Place {
+    const uint8_t *from;
+    const uint8_t *end;
+    uint16_t *to;
+    const uint16_t *limit;
 };
 
-// Reads one character: its status.
-uint32_t read_utf8(Reader &reader) {
-    uint32_t length = sequence_length(reader.utf8[reader.at]);
-    if (length == 0 || length > reader.count - reader.at) {
-        return CL_TEXT_BAD_UTF8;
-    }
-    if (reader.made == reader.capacity) {
-        return CL_TEXT_NO_ROOM;
-    }
-    reader.text[reader.made++] = sequence_value(reader.utf8 + reader.at, length);
-    reader.at += length;
-    return CL_TEXT_OK;
+bool has_block(const Place &place) {
+    return place.end - place.from >= static_cast<ptrdiff_t>(kBlock) &&
+           place.limit - place.to >= static_cast<ptrdiff_t>(kBlock);
 }
 
-bool read_ascii_block(Reader &reader) {
-    const uint8_t *block = reader.utf8 + reader.at;
-    if (reader.count - reader.at < kBlock || reader.capacity - reader.made < kBlock ||
-        !is_ascii_block(block)) {
-        return false;
+// Reads characters of up to three bytes, as many as a block surely holds. False at a zero byte and
+// at whatever needs a closer look.
+bool read_common(Place &place) {
+    const uint8_t *from = place.from;
+    uint16_t *to = place.to;
+    bool common = true;
+    for (uint32_t i = 0; common && i < kBlock / kLongestOfUnit; ++i) {
+        uint32_t lead = *from;
+        if (lead >= 0xE0 && lead < 0xF0) {
+            *to++ = sequence_value(from, 3);
+            from += 3;
+        } else if (lead >= 0xC0 && lead < 0xE0) {
+            *to++ = sequence_value(from, 2);
+            from += 2;
+        } else if (lead < 0x80 && lead != 0) {
+            *to++ = static_cast<uint16_t>(lead);
+            from += 1;
+        } else {
+            common = false;
+        }
     }
-    copy_block(reader.text + reader.made, block);
-    reader.made += kBlock;
-    reader.at += kBlock;
-    return true;
+    place.from = from;
+    place.to = to;
+    return common;
+}
+
+void read_blocks(Place &place) {
+    while (has_block(place)) {
+        if (is_ascii_block(place.from)) {
+            copy_block(place.to, place.from);
+            place.from += kBlock;
+            place.to += kBlock;
+        } else if (!read_common(place)) {
+            break;
+        }
+    }
+}
+
+// Reads one character of any kind: its status.
+uint32_t read_character(Place &place) {
+    uint32_t length = sequence_length(*place.from);
+    if (length == 0 || place.end - place.from < static_cast<ptrdiff_t>(length)) {
+        return CL_TEXT_BAD_UTF8;
+    }
+    if (place.to == place.limit) {
+        return CL_TEXT_NO_ROOM;
+    }
+    *place.to++ = sequence_value(place.from, length);
+    place.from += length;
+    return CL_TEXT_OK;
 }
 
 }  // namespace
@@ -160,17 +225,18 @@ uint32_t cl_utf8ToUCS2(const char *utf8, uint32_t count, uint16_t *text, uint32_
     if (uint32_t status = check_arguments(utf8, count, text, length, 1)) {
         return status;
     }
-    Reader reader{reinterpret_cast<const uint8_t *>(utf8), count, 0, text, *length, 0};
+    const uint8_t *from = reinterpret_cast<const uint8_t *>(utf8);
+    Place place{from, from + count, text, text + *length};
     uint32_t status = CL_TEXT_OK;
-    while (status == CL_TEXT_OK && reader.at < count && reader.utf8[reader.at] != 0) {
-        if (read_ascii_block(reader)) {
-            continue;
+    while (status == CL_TEXT_OK && place.from < place.end && *place.from != 0) {
+        read_blocks(place);
+        if (place.from < place.end && *place.from != 0) {
+            status = read_character(place);
         }
-        status = read_utf8(reader);
     }
-    text[reader.made] = 0;
+    *place.to = 0;
     if (status != CL_TEXT_NO_ROOM) {
-        *length = reader.made;
+        *length = static_cast<uint32_t>(place.to - text);
     }
     return status;
 }
