@@ -90,6 +90,9 @@ constexpr ArgumentKind kind_of() {
     }
 #define AT_ERR(record) static_cast<int32_t>(offsetof(record, err))
 
+// For a command with one number, when the values are that number.
+inline constexpr Argument kNumber[] = {{0, sizeof(int32_t), ArgumentKind::kSigned}};
+
 constexpr int32_t kNoErr = -1;
 
 // What happens at Ret_val 3 and 4.
