@@ -321,6 +321,9 @@ TEST(TableCache, TheBlockOfTheEndMarkOutlivesItsRecords) {
         ASSERT_EQ(insert_key(table.get(), 1024, key), MDBL_OK) << key;
     }
     EXPECT_EQ(insert_key(table.get(), 1024, 200), MDBL_ERR_TABLE_FULL);
+    Bytes flags(63, 1);
+    flags.push_back(3);
+    EXPECT_EQ(file_flags(), flags);
     std::vector<uint32_t> keys = keys_in_slots(open_table().get());
     EXPECT_EQ(keys, keys_in_slots(table.get()));
     EXPECT_EQ(keys.size(), 64u);

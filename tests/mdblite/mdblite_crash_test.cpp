@@ -1,0 +1,274 @@
+// Stops before, and failures of, each call that changes a file; allocation failures.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "mdblite/table_support.h"
+#include "support/faults.h"
+
+namespace {
+
+using namespace hearth::test;
+
+constexpr uint32_t kChanges = kWrites | kNames | kOpens;
+constexpr uint16_t kSize = 16;
+
+using Contents = std::vector<std::string>;
+
+// Key and text of every record, in the order of the slots.
+Contents contents(MDBL_Table *table) {
+    Contents all;
+    mdbl_TableEnumerate(
+        table, 0,
+        [](void *record, void *argument) {
+            const char *text = static_cast<const char *>(record) + 4;
+            static_cast<Contents *>(argument)->push_back(std::to_string(key_of(record)) + text);
+            return 1;
+        },
+        &all);
+    return all;
+}
+
+Contents contents_of_file() {
+    TablePointer table = open_table();
+    EXPECT_NE(table, nullptr);
+    return table == nullptr ? Contents{} : contents(table.get());
+}
+
+int32_t set_text(MDBL_Table *table, uint32_t key, const char *text) {
+    return mdbl_TableUpdate(
+        table, 1, compare_keys,
+        [](void *record, void *argument) {
+            strcpy(static_cast<char *>(record) + 4, static_cast<const char *>(argument));
+            return 0;
+        },
+        make_record(kSize, key).data(), const_cast<char *>(text));
+}
+
+int32_t delete_key(MDBL_Table *table, uint32_t key) {
+    return mdbl_TableDelete(table, 1, compare_keys, make_record(kSize, key).data());
+}
+
+TablePointer open_indexed() {
+    TablePointer table = open_table();
+    EXPECT_EQ(mdbl_TableCreateIndex(table.get(), 1, compare_keys), MDBL_OK);
+    return table;
+}
+
+// A table with the records 1 to 4, of which 2 was deleted.
+void prepare(uint8_t preallocate) {
+    mdbl_DropTable(kTablePath);
+    make_table(kSize, 6, preallocate);
+    TablePointer table = open_indexed();
+    for (uint32_t key = 1; key <= 4; key++) {
+        ASSERT_EQ(insert_key(table.get(), kSize, key, "old"), MDBL_OK);
+    }
+    ASSERT_EQ(delete_key(table.get(), 2), MDBL_OK);
+}
+
+struct Operation {
+    const char *name;
+    int steps;
+    bool may_come_short;  // a single byte cannot; an update without the journal may be torn
+    int32_t (*run)(MDBL_Table *table);
+};
+
+// Inserts into the gap of slot 1 first, so that the next insert moves the end mark.
+int32_t insert_two(MDBL_Table *table) {
+    int32_t first = insert_key(table, kSize, 5, "new");
+    int32_t second = insert_key(table, kSize, 6, "new");
+    return first == MDBL_OK ? second : first;
+}
+
+const Operation kOperations[] = {
+    {"insert into a gap", 1, true, [](MDBL_Table *t) { return insert_key(t, kSize, 5, "new"); }},
+    {"insert into a gap and behind the end", 2, true, insert_two},
+    {"delete the first", 1, false, [](MDBL_Table *t) { return delete_key(t, 1); }},
+    {"delete the last", 1, false, [](MDBL_Table *t) { return delete_key(t, 4); }},
+    {"update", 1, false, [](MDBL_Table *t) { return set_text(t, 3, "updated"); }},
+    {"truncate", 1, false, [](MDBL_Table *t) { return mdbl_TableTruncate(t); }},
+};
+
+// What the file holds is what it held before, or after, or after one of the operation's own
+// steps; never anything in between.
+TEST(TableCrash, AStopBeforeAnyWriteLeavesAWholeState) {
+    for (bool journal : {false, true}) {
+        for (const Operation &operation : kOperations) {
+            SCOPED_TRACE(operation.name);
+            std::vector<Contents> allowed;
+            auto start = [&] {
+                mdbl_JournalClose();
+                unlink(kJournalPath);
+                prepare(1);
+            };
+            start();
+            {
+                allowed.push_back(contents_of_file());
+                TablePointer table = open_indexed();
+                if (operation.steps == 2) {
+                    insert_key(table.get(), kSize, 5, "new");
+                    allowed.push_back(contents_of_file());
+                }
+            }
+            start();
+            operation.run(open_indexed().get());
+            allowed.push_back(contents_of_file());
+            start();
+            size_t last_seen = 0;
+            int stops = for_each_crash(
+                kChanges,
+                [&] {
+                    if (journal) {
+                        mdbl_JournalEnable();
+                    }
+                    TablePointer table = open_indexed();
+                    operation.run(table.get());
+                },
+                [&](int n) {
+                    SCOPED_TRACE(n);
+                    if (file_exists(kJournalPath) && read_file(kJournalPath).size() == 1288) {
+                        ASSERT_EQ(mdbl_JournalRestore(), MDBL_OK);
+                        mdbl_JournalClose();
+                    }
+                    Contents found = contents_of_file();
+                    auto state = std::find(allowed.begin(), allowed.end(), found);
+                    ASSERT_NE(state, allowed.end());
+                    // A later stop never shows an earlier state.
+                    ASSERT_GE(static_cast<size_t>(state - allowed.begin()), last_seen);
+                    last_seen = static_cast<size_t>(state - allowed.begin());
+                    start();
+                });
+            EXPECT_EQ(last_seen, allowed.size() - 1);
+            EXPECT_GE(stops, 1);
+        }
+    }
+}
+
+TEST(TableCrash, AStopDuringCreationLeavesNoHalfTable) {
+    int stops = for_each_crash(
+        kChanges, [] { mdbl_CreateTable(kTablePath, 1024, 30, 0); },
+        [](int n) {
+            SCOPED_TRACE(n);
+            if (file_exists(kTablePath)) {
+                ASSERT_EQ(mdbl_TableSize(open_table().get()), 0u);
+                ASSERT_EQ(read_file(kTablePath).size(), 10u + 30 * 1024);
+            } else {
+                ASSERT_EQ(mdbl_CreateTable(kTablePath, 1024, 30, 0), MDBL_OK);
+            }
+            ASSERT_FALSE(file_exists("/data/userdata/mdbl_temptable"));
+            mdbl_DropTable(kTablePath);
+        });
+    EXPECT_GE(stops, 6);
+}
+
+// Runs an operation on a fresh table with its n-th write failing; false once none fails.
+bool run_with_failed_write(const Operation &operation, uint8_t preallocate, Fault fault, int n) {
+    prepare(preallocate);
+    TablePointer table = open_indexed();
+    Contents before = contents(table.get());
+    arm_fault(fault, kWrites, n, ENOSPC);
+    int32_t result = operation.run(table.get());
+    bool fired = disarm_fault();
+    if (fired && operation.steps == 1) {
+        EXPECT_EQ(result, MDBL_ERR_GENERAL);
+        EXPECT_EQ(contents(table.get()), before);
+    }
+    if (preallocate != 0 || strcmp(operation.name, "truncate") != 0) {
+        EXPECT_EQ(contents_of_file(), contents(table.get()));
+        EXPECT_EQ(insert_key(table.get(), kSize, 30), MDBL_OK);
+        EXPECT_EQ(contents_of_file(), contents(table.get()));
+    }
+    return fired;
+}
+
+// Memory stays as it was and agrees with the file, and the table goes on working.
+TEST(TableFaults, AFailedWriteChangesNothing) {
+    for (Fault fault : {Fault::kFail, Fault::kShort}) {
+        for (uint8_t preallocate : {uint8_t{0}, uint8_t{1}}) {
+            for (const Operation &operation : kOperations) {
+                if (fault == Fault::kShort && !operation.may_come_short) {
+                    continue;
+                }
+                SCOPED_TRACE(operation.name);
+                int n = 1;
+                while (run_with_failed_write(operation, preallocate, fault, n)) {
+                    n++;
+                }
+                EXPECT_EQ(n - 1, operation.steps);
+            }
+        }
+    }
+}
+
+TEST(TableFaults, AFailedCreationLeavesNothing) {
+    int failures = for_each_fault(Fault::kFail, kChanges, ENOSPC, [] {
+        int32_t result = mdbl_CreateTable(kTablePath, 1024, 20, 0);
+        EXPECT_EQ(file_exists(kTablePath), result == MDBL_OK);
+        unlink(kTablePath);
+    });
+    EXPECT_GE(failures, 7);
+    failures = for_each_fault(Fault::kShort, kWrites, 0, [] {
+        int32_t result = mdbl_CreateTable(kTablePath, 1024, 20, 0);
+        EXPECT_EQ(file_exists(kTablePath), result == MDBL_OK);
+        unlink(kTablePath);
+    });
+    EXPECT_GE(failures, 4);
+}
+
+// With each allocation failing in turn, calls say so and nothing is lost or leaked.
+TEST(TableFaults, AllocationFailuresAreReported) {
+    make_table(1024, 40, 1);
+    {
+        TablePointer table = open_table();
+        for (uint32_t key = 0; key < 16; key++) {
+            ASSERT_EQ(insert_key(table.get(), 1024, key), MDBL_OK);
+        }
+    }
+    const Bytes full_block = read_file(kTablePath);
+    int failures = for_each_fault(Fault::kFail, kAllocations, ENOMEM, [&] {
+        write_file(kTablePath, full_block);
+        int32_t result = 0;
+        TablePointer table = open_table(kTablePath, &result);
+        if (table == nullptr) {
+            EXPECT_TRUE(result == MDBL_ERR_NO_MEMORY || result == MDBL_ERR_GENERAL);
+            return;
+        }
+        const uint16_t offset = 0;
+        const uint32_t type = MDBL_FIELD_INT32;
+        const uint8_t up = 0;
+        for (int32_t code : {mdbl_TableCreateIndex(table.get(), 1, compare_keys),
+                             mdbl_TableCreateIndexEx(table.get(), 2, 1, &offset, &type, &up)}) {
+            EXPECT_TRUE(code == MDBL_OK || code == MDBL_ERR_NO_MEMORY);
+        }
+        int32_t code = mdbl_TableCreateSecondaryIndex(table.get(), 1, compare_keys);
+        EXPECT_TRUE(code == MDBL_OK || code == MDBL_ERR_NO_INDEX || code == MDBL_ERR_NO_MEMORY);
+        // The 17th record needs a second block.
+        code = insert_key(table.get(), 1024, 16);
+        EXPECT_EQ(mdbl_TableSize(table.get()), code == MDBL_OK ? 17u : 16u);
+        EXPECT_TRUE(code == MDBL_OK || code == MDBL_ERR_NO_MEMORY);
+
+        SetPointer set = own(mdbl_TableSelectWithoutIndex(
+            table.get(), [](const void *, const void *) { return 0; }, nullptr));
+        mdbl_RSMarkAll(set.get());
+        void *copy = nullptr;
+        code = mdbl_RSGetAt(set.get(), 0, MDBL_READ_COPY, &copy);
+        EXPECT_TRUE(code == MDBL_OK || set == nullptr || code == MDBL_ERR_NO_MEMORY);
+        free(copy);
+        void **marked = nullptr;
+        uint32_t count = mdbl_RSGetMarked(set.get(), &marked);
+        EXPECT_EQ(count != 0, marked != nullptr);
+        free(marked);
+        void *record = nullptr;
+        for (int i = 0; i < 40 && mdbl_RSGetAt(set.get(), 0, MDBL_READ_POINTER, &record) == 0;
+             i++) {
+            int32_t at = mdbl_RSAdd(set.get(), record);
+            EXPECT_TRUE(at == static_cast<int32_t>(mdbl_RSSize(set.get())) - 1 || at == -1);
+        }
+        code = mdbl_TableTruncate(table.get());
+        EXPECT_TRUE(code == MDBL_OK || code == MDBL_ERR_NO_MEMORY);
+    });
+    EXPECT_GE(failures, 12);
+}
+
+}  // namespace
