@@ -65,7 +65,7 @@ TEST(AtSecurity, PinIsEnteredWithOrWithoutANewOne) {
                                     },
                                 .sent = {.command = row.vendor, .match = "^CPIN", .timeout = 5},
                                 .reply = "OK",
-                                .expected = {.err = kNoError},
+                                .expected = {"", "", "", "", "", "", kNoError},
                                 .refusal = OnRefusal::kMap,
                                 .err = offsetof(at_pin_info_ex, err),
                                 .parses = false});

@@ -34,7 +34,7 @@ extern "C" __attribute__((visibility("default"))) int32_t GetDataFromAtServer(
     }
     size_t length = std::min(answer.report.size(), sizeof message->report - 1);
     memcpy(message->report, answer.report.data(), length);
-    message->report_len = static_cast<uint32_t>(length);
+    message->report_len = answer.report_len.value_or(static_cast<uint32_t>(length));
     message->Ret_val = answer.ret_val;
     return 0;
 }

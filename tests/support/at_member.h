@@ -22,6 +22,7 @@
 #include <string.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -34,8 +35,10 @@ class AtStandIn {
     struct Answer {
         int32_t ret_val;
         std::string report;
-        int32_t result =
-            0;  // of the channel; not 0: the message is left as a failed wait leaves it
+        // Of the channel; not 0: the message is left as a failed wait leaves it.
+        int32_t result = 0;
+        // What `report_len` tells; by default the bytes of the report.
+        std::optional<uint32_t> report_len{};
     };
 
     AtStandIn();

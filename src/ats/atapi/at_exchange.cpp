@@ -164,19 +164,7 @@ int32_t run(const Member &member, void *record, const void *values) {
     if (!ask(member, &message, record, values, &result)) {
         return result;
     }
-    if (member.key == nullptr || member.err_before_list) {
-        clear_err(member, record);
-    }
-    if (member.key == nullptr) {
-        return 0;
-    }
-    ResultList list = parse(member, &message);
-    if (!list) {
-        return member.result_without_list;
-    }
-    clear_err(member, record);
-    fill(member.fields, list.get(), record);
-    return 0;
+    return take(member, &message, record);
 }
 
 int32_t run(const Member &member, void *record) {
@@ -258,6 +246,22 @@ void fill(std::span<const Field> fields, const at_parse_result *chain, void *rec
                          node->AtFieldValue);
         }
     }
+}
+
+int32_t take(const Member &member, at_server_msg *message, void *record) {
+    if (member.key == nullptr || member.err_before_list) {
+        clear_err(member, record);
+    }
+    if (member.key == nullptr) {
+        return 0;
+    }
+    ResultList list = parse(member, message);
+    if (!list) {
+        return member.result_without_list;
+    }
+    clear_err(member, record);
+    fill(member.fields, list.get(), record);
+    return 0;
 }
 
 void clear_err(const Member &member, void *record) {

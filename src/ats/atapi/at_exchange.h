@@ -199,6 +199,9 @@ ResultList parse(const Member &member, at_server_msg *message);
 // Stores every value of a chain whose name is among the fields.
 void fill(std::span<const Field> fields, const at_parse_result *chain, void *record);
 
+// What run() does with a reply of Ret_val 2: parses it and fills the record. Returns the result.
+int32_t take(const Member &member, at_server_msg *message, void *record);
+
 // Stores -2 in `err`, if the record has one.
 void clear_err(const Member &member, void *record);
 
