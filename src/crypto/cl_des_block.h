@@ -92,14 +92,26 @@ constexpr uint64_t des_leave(const DesHalves &halves) {
     return des_transpose(des_gather(halves.left) | des_gather(halves.right) << 8);
 }
 
-[[gnu::always_inline]] inline uint64_t des_round(uint64_t half, uint64_t key) {
-    uint64_t x = half ^ key;
+// The sum of two words, which the compiler may not take apart: left alone, it turns a tree of sums
+// into a chain, and each link of that lies on the way from one round to the next.
+[[gnu::always_inline]] inline uint64_t des_sum(uint64_t a, uint64_t b) {
+    uint64_t sum = a ^ b;
+    __asm__("" : "+r"(sum));
+    return sum;
+}
+
+// One round: what `half` becomes by the other half and the round's key.
+[[gnu::always_inline]] inline uint64_t des_round(uint64_t half, uint64_t other, uint64_t key) {
+    uint64_t x = other ^ key;
     auto low = static_cast<uint32_t>(x);
     auto high = static_cast<uint32_t>(x >> 32);
-    return kDesBoxes[7][low & 0xff] ^ kDesBoxes[6][(low >> 8) & 0xff] ^
-           kDesBoxes[5][(low >> 16) & 0xff] ^ kDesBoxes[4][low >> 24] ^ kDesBoxes[3][high & 0xff] ^
-           kDesBoxes[2][(high >> 8) & 0xff] ^ kDesBoxes[1][(high >> 16) & 0xff] ^
-           kDesBoxes[0][high >> 24];
+    uint64_t first =
+        des_sum(des_sum(half, kDesBoxes[7][low & 0xff]),
+                des_sum(kDesBoxes[6][(low >> 8) & 0xff], kDesBoxes[5][(low >> 16) & 0xff]));
+    uint64_t second = des_sum(des_sum(kDesBoxes[4][low >> 24], kDesBoxes[3][high & 0xff]),
+                              kDesBoxes[2][(high >> 8) & 0xff]);
+    uint64_t third = des_sum(kDesBoxes[1][(high >> 16) & 0xff], kDesBoxes[0][high >> 24]);
+    return des_sum(first, second) ^ third;
 }
 
 // All rounds of all passes. Between two passes the final permutation of the one and the initial
@@ -110,10 +122,10 @@ template <size_t Lanes>
         const uint64_t *key = keys.rounds + first;
         for (int pair = 0; pair < 8; pair++, key += 2) {
             for (DesHalves &block : blocks) {
-                block.left ^= des_round(block.right, key[0]);
+                block.left = des_round(block.left, block.right, key[0]);
             }
             for (DesHalves &block : blocks) {
-                block.right ^= des_round(block.left, key[1]);
+                block.right = des_round(block.right, block.left, key[1]);
             }
         }
         for (DesHalves &block : blocks) {
