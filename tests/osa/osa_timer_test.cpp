@@ -195,25 +195,31 @@ TEST(OsaTimer, RecycledThreadIdIsAnotherThread) {
     osa_timer_delete_ex(deleter);
 }
 
+// Each callback starts the next timer and deletes one that still runs.
 TEST(OsaTimer, CallbacksMayCreateAndDelete) {
+    constexpr int kSteps = 5;
     struct Chain {
-        std::atomic<int> left = 5;
-        std::atomic<osa_timer_t *> last = nullptr;
-    } chain;
-    static void (*step)(void *) = [](void *argument) {
-        auto *state = static_cast<Chain *>(argument);
-        if (state->left.fetch_sub(1) > 1) {
-            osa_timer_t *next = osa_timer_create_ex(1, 0, step, state);
-            osa_timer_t *old = state->last.exchange(next);
-            if (old != nullptr) {
-                osa_timer_delete_ex(old);
-            }
-        }
+        std::atomic<int> steps = 0;
+        std::atomic<int> done = 0;
+        osa_timer_t *running[kSteps];
+        osa_timer_t *next[kSteps];
     };
-    osa_timer_t *first = osa_timer_create_ex(1, 0, step, &chain);
-    ASSERT_TRUE(eventually([&] { return chain.left <= 0; }));
+    static Chain chain;
+    static void (*step)(void *) = [](void *) {
+        int at = chain.steps++;
+        osa_timer_delete_ex(chain.running[at]);
+        chain.next[at] = osa_timer_create_ex(1, 0, at + 1 < kSteps ? step : nullptr, nullptr);
+        chain.done++;
+    };
+    for (osa_timer_t *&timer : chain.running) {
+        timer = osa_timer_create_ex(3600000, 1, step, nullptr);
+    }
+    osa_timer_t *first = osa_timer_create_ex(1, 0, step, nullptr);
+    EXPECT_TRUE(eventually([&] { return chain.done == kSteps; }));
     osa_timer_delete_ex(first);
-    osa_timer_delete_ex(chain.last);
+    for (osa_timer_t *timer : chain.next) {
+        osa_timer_delete_ex(timer);
+    }
 }
 
 // Expiry and deletion meet at every distance; slots must all come back.
