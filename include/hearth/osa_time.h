@@ -117,7 +117,7 @@ HEARTH_API int32_t init_sync_timedl(void);
 HEARTH_API int32_t InitTimeClonedl(void);
 
 /* SetTimeCloneCfg once InitTimeClonedl has succeeded, NULL before. The library never calls it. */
-HEARTH_API extern void (*pSetTimeCloneCfg)(void);
+HEARTH_API extern void (*pSetTimeCloneCfg)(void); /* NOLINT(bugprone-dynamic-static-*) */
 
 HEARTH_END_DECLS
 

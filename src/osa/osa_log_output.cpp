@@ -22,7 +22,6 @@ namespace {
 using hearth::BoundedText;
 using hearth::format_text;
 using hearth::LogMessage;
-using hearth::LogTargets;
 
 constexpr const char *kLogFolder = "/online/log";
 constexpr const char *kLogFile = "/online/log/webapp.log";
@@ -36,16 +35,16 @@ constexpr int32_t kHourShift = 8;
 
 struct Level {
     uint32_t level;
-    const char *tag;
     uint32_t severity;  // for the operations log
+    const char *tag;
 };
 
 // INFO is 4 and DEBG is 3, as is required.
 constexpr Level s_log_level_msg[] = {
-    {OSA_LOG_FATAL, "<FATL>", 1}, {OSA_LOG_ERROR, "<ERRO>", 1}, {OSA_LOG_WARNING, "<WARN>", 2},
-    {OSA_LOG_INFO, "<INFO>", 4},  {OSA_LOG_DEBUG, "<DEBG>", 3},
+    {OSA_LOG_FATAL, 1, "<FATL>"}, {OSA_LOG_ERROR, 1, "<ERRO>"}, {OSA_LOG_WARNING, 2, "<WARN>"},
+    {OSA_LOG_INFO, 4, "<INFO>"},  {OSA_LOG_DEBUG, 3, "<DEBG>"},
 };
-constexpr Level kNoLevel = {0, "<NONE>", 0};
+constexpr Level kNoLevel = {0, 0, "<NONE>"};
 
 const Level &level_row(uint32_t level) {
     for (const Level &row : s_log_level_msg) {
