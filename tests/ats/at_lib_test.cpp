@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -400,6 +401,23 @@ TEST(AtLib, ErrorCodes) {
         EXPECT_EQ(function(nullptr, &code), -1);
         EXPECT_EQ(function("1", nullptr), -1);
     }
+}
+
+TEST(AtLib, EveryErrorOfTheTable) {
+    std::ifstream file(HEARTH_SOURCE_DIR "/tests/ats/cme_errors.txt");
+    std::string line;
+    int rows = 0;
+    while (std::getline(file, line)) {
+        if (line[0] == '#') {
+            continue;
+        }
+        size_t bar = line.find('|');
+        at_error_code code{};
+        EXPECT_EQ(cme_to_id(line.substr(bar + 1, line.size() - bar - 2).c_str(), &code), 0) << line;
+        EXPECT_EQ(std::to_string(code.cme), line.substr(0, bar));
+        rows++;
+    }
+    EXPECT_EQ(rows, 76);
 }
 
 TEST(AtLib, ImsiRoundTrip) {
