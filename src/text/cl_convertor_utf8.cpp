@@ -97,7 +97,9 @@ struct Written {
 Written write_utf8(const uint16_t *text, uint32_t count, uint8_t *utf8, uint32_t capacity) {
     constexpr ptrdiff_t kRoom = kBlock * kLongestOfUnit + 1;
     uint8_t *next = utf8;
-    const uint8_t *limit = utf8 + capacity;
+    // A capacity may say more than any text takes, and more than there are addresses.
+    uint64_t most = std::min(uint64_t{capacity}, uint64_t{count} * kLongestOfUnit);
+    const uint8_t *limit = utf8 + static_cast<size_t>(most);
     uint32_t at = 0;
     bool whole = true;
     while (at < count && text[at] != 0) {
@@ -226,7 +228,7 @@ uint32_t cl_utf8ToUCS2(const char *utf8, uint32_t count, uint16_t *text, uint32_
         return status;
     }
     const uint8_t *from = reinterpret_cast<const uint8_t *>(utf8);
-    Place place{from, from + count, text, text + *length};
+    Place place{from, from + count, text, text + std::min(*length, count)};
     uint32_t status = CL_TEXT_OK;
     while (status == CL_TEXT_OK && place.from < place.end && *place.from != 0) {
         read_blocks(place);
