@@ -62,13 +62,17 @@ int32_t read_block(MDBL_Table *table, uint8_t *block, uint32_t *length, uint32_t
     return MDBL_ERR_GENERAL;
 }
 
-// Counts the valid records of a block's first `slots`, up to the end mark.
-void updateValidRec(MDBL_Table *table, uint8_t *block, uint32_t slots) {
-    for (uint32_t i = 0; i < slots && table->fully_cached == 0; i++) {
+// Counts the valid records of a block's first `slots`, up to the end mark, and returns how many
+// slots that are.
+uint32_t updateValidRec(MDBL_Table *table, uint8_t *block, uint32_t slots) {
+    uint32_t i = 0;
+    while (i < slots && table->fully_cached == 0) {
         uint8_t flag = flag_of(table, block + i * table->record_size);
         table->valid_count = static_cast<uint16_t>(table->valid_count + (flag & kFlagValid));
         table->fully_cached = (flag & kFlagEnd) != 0;
+        i++;
     }
+    return i;
 }
 
 bool holds_end_mark(const MDBL_Table *table, uint8_t *block) {
@@ -158,7 +162,9 @@ int32_t cacheNextBlock(MDBL_Table *table) {
     uint32_t slots =
         std::min<uint32_t>(length / table->record_size, table->max_records - first_slot);
     uint16_t valid_before = table->valid_count;
-    updateValidRec(table, block, slots);
+    uint32_t walked = updateValidRec(table, block, slots);
+    // What is stale in the file, behind the end mark, is free in memory.
+    memset(block + walked * table->record_size, 0, MDBL_BLOCK_SIZE - walked * table->record_size);
     table->block_valid_counts[position] = table->valid_count - valid_before;
     bool at_end = left < table->record_size || first_slot + slots == table->max_records;
     if (table->fully_cached == 0 && at_end) {

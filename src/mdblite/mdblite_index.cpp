@@ -72,8 +72,10 @@ bool isTableIndexArrSorted(const MDBL_Table *table, const MDBL_Index *index, uin
            compare_records(table, index, entry[1], entry[0]) >= 0;
 }
 
-int32_t update_index(const MDBL_Table *table, MDBL_Index *index, uint8_t *record) {
-    int32_t found = findIndexLocation(table, index, record);
+int32_t update_index(const MDBL_Table *table, MDBL_Index *index, uint8_t *record, uint32_t likely) {
+    bool is_there = likely < table->valid_count && index->records[likely] == record;
+    int32_t found =
+        is_there ? static_cast<int32_t>(likely) : findIndexLocation(table, index, record);
     if (found < 0) {
         return MDBL_ERR_GENERAL;
     }
@@ -189,9 +191,12 @@ int32_t updateIndexesAfterRecDeleted(MDBL_Table *table, uint32_t position, uint3
     return MDBL_OK;
 }
 
-int32_t updateIndexesForUpdatedRecord(MDBL_Table *table, uint8_t *record) {
-    for (MDBL_Index *index : table->indexes) {
-        if (index != nullptr && update_index(table, index, record) != MDBL_OK) {
+int32_t updateIndexesForUpdatedRecord(MDBL_Table *table, uint8_t *record, uint32_t number,
+                                      uint32_t position) {
+    for (uint32_t n = 1; n <= MDBL_MAX_INDEXES; n++) {
+        MDBL_Index *index = index_of(table, n);
+        uint32_t likely = n == number ? position : table->valid_count;
+        if (index != nullptr && update_index(table, index, record, likely) != MDBL_OK) {
             return MDBL_ERR_GENERAL;
         }
     }

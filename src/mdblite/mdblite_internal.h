@@ -185,8 +185,10 @@ void updateIndexesForInsertedRecord(MDBL_Table *table, uint8_t *record);
 // `number` is known; number 0 for none.
 int32_t updateIndexesAfterRecDeleted(MDBL_Table *table, uint32_t position, uint32_t number,
                                      const uint8_t *record);
-// Puts a changed record where it belongs in all indexes.
-int32_t updateIndexesForUpdatedRecord(MDBL_Table *table, uint8_t *record);
+// Puts a changed record where it belongs in all indexes. In the index `number` it most likely
+// stands at `position`; number 0 for no such hint.
+int32_t updateIndexesForUpdatedRecord(MDBL_Table *table, uint8_t *record, uint32_t number,
+                                      uint32_t position);
 void destroyIndex(MDBL_Index *index);
 
 // mdblite_index_group.cpp

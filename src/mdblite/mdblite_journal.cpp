@@ -121,7 +121,8 @@ bool journal_is_on() {
 
 int32_t journal_begin(const PBase_IFileStream *stream, uint32_t offset, const void *data,
                       uint32_t length) {
-    MDBL_JournalRecord record{};
+    MDBL_JournalRecord record;
+    memset(&record, 0, kHeadSize + length + 1);  // as far as it is written
     record.length = static_cast<uint16_t>(length);
     record.offset = offset;
     copy_text(record.path, stream->path);

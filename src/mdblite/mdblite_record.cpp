@@ -10,6 +10,9 @@ namespace hearth::mdblite {
 
 namespace {
 
+// Matches of an update for which no memory is allocated.
+constexpr uint32_t kFewMatches = 16;
+
 bool is_valid_record(const MDBL_Table *table, const uint8_t *record) {
     return (record[table->record_size - 1] & kFlagValid) != 0;
 }
@@ -203,16 +206,21 @@ int32_t mdbl_TableUpdate(MDBL_Table *table, uint32_t number, MDBL_Compare compar
         return MDBL_ERR_NOT_FOUND;
     }
     // A copy, since an update may move entries inside the index.
-    auto records = hearth::allocate_zeroed<uint8_t *>(matches.count);
-    if (!records) {
-        return MDBL_ERR_NO_MEMORY;
+    uint8_t *few[kFewMatches];
+    hearth::HeapBlock<uint8_t *> many;
+    if (matches.count > kFewMatches) {
+        many.reset(static_cast<uint8_t **>(calloc(matches.count, sizeof(uint8_t *))));
+        if (!many) {
+            return MDBL_ERR_NO_MEMORY;
+        }
     }
-    memcpy(records.get(), index->records + matches.first, matches.count * sizeof(uint8_t *));
+    uint8_t **records = many ? many.get() : few;
+    std::copy_n(index->records + matches.first, matches.count, records);
     for (uint32_t i = 0; i < matches.count; i++) {
-        uint8_t *record = records.get()[i];
-        if (updateRecordInFileAndCache(table, record, update, argument, 0,
+        if (updateRecordInFileAndCache(table, records[i], update, argument, 0,
                                        table->record_size - 1u) != MDBL_OK ||
-            updateIndexesForUpdatedRecord(table, record) != MDBL_OK) {
+            updateIndexesForUpdatedRecord(table, records[i], number, matches.first + i) !=
+                MDBL_OK) {
             return MDBL_ERR_GENERAL;
         }
     }

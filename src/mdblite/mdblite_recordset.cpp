@@ -158,7 +158,7 @@ int32_t updateRSRecord(MDBL_RecordSet *set, uint8_t *record, MDBL_Update update,
     int32_t result =
         updateRecordInFileAndCache(set->table, record, update, argument, offset, length);
     if (result == MDBL_OK) {
-        result = updateIndexesForUpdatedRecord(set->table, record);
+        result = updateIndexesForUpdatedRecord(set->table, record, 0, 0);
     }
     return result == MDBL_OK ? MDBL_OK : MDBL_ERR_GENERAL;
 }

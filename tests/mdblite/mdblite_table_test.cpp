@@ -193,6 +193,21 @@ TEST(TableFile, TruncationOfAnOpenTable) {
     EXPECT_EQ(mdbl_TableTruncate(nullptr), MDBL_ERR_GENERAL);
 }
 
+// Asking for the free slot behind the end mark must not make the store take what is stale there
+// for records.
+TEST(TableFile, StaleRecordsBehindTheEndMarkAreFreeSlots) {
+    make_table(8, 9, 1);
+    for (uint32_t key = 1; key <= 5; key++) {
+        ASSERT_EQ(insert_key(open_table().get(), 8, key), MDBL_OK);
+    }
+    ASSERT_EQ(mdbl_TruncateTableWithOffset("table", 2), MDBL_OK);
+    TablePointer table = open_table();
+    EXPECT_EQ(mdbl_TableGetFirstEmptySlotIndex(table.get()), 3u);
+    EXPECT_EQ(mdbl_TableGetFirstEmptySlotIndex(table.get()), 3u);
+    EXPECT_EQ(insert_key(table.get(), 8, 6), MDBL_OK);
+    EXPECT_EQ(keys_in_slots(open_table().get()), (std::vector<uint32_t>{1, 2, 6}));
+}
+
 TEST(TableFile, TruncationOfATableThatGrowsReportsAFailure) {
     make_table(16, 20, 0);
     TablePointer table = open_table();
