@@ -92,14 +92,12 @@ size_t Client::send_now(const void *bytes, size_t size) {
     return size;
 }
 
-void Client::send(const void *bytes, size_t size) {
-    const uint8_t *from = static_cast<const uint8_t *>(bytes);
-    size_t sent = 0;
+void Client::queue(const void *bytes, size_t size) {
     if (queued() == 0) {
-        sent = send_now(from, size);
         progress_ms_ = monotonic_ms();
     }
-    out_.insert(out_.end(), from + sent, from + size);
+    const uint8_t *from = static_cast<const uint8_t *>(bytes);
+    out_.insert(out_.end(), from, from + size);
 }
 
 void Client::flush() {

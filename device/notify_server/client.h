@@ -48,10 +48,10 @@ class Client {
     // Takes a frame, or a header whose body is then read away, off the input.
     void consume(const Frame &frame);
 
-    // Sends or queues bytes; queued ones keep their order. Once the peer has closed its end they
-    // go nowhere: what it sent before is still read, and its end shows there.
-    void send(const void *bytes, size_t size);
-    // Sends what is queued.
+    // Puts bytes behind those that wait to be sent.
+    void queue(const void *bytes, size_t size);
+    // Sends what the socket takes of the queue. Once the peer has closed its end the queue goes
+    // nowhere: what the peer sent before is still read, and its end shows there.
     void flush();
     size_t queued() const { return out_.size() - out_start_; }
     // No room for another frame: its senders have to wait.
@@ -64,6 +64,7 @@ class Client {
     Client *waits_for = nullptr;              // paused until that client has room
     uint32_t watched = 0;                     // events that the loop watches for
     bool failed = false;                      // about to be closed
+    bool unsent = false;                      // has bytes that the loop is yet to send
 
   private:
     size_t send_now(const void *bytes, size_t size);

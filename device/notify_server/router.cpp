@@ -154,6 +154,9 @@ bool Router::run() {
             drop_stalled();
             bury_failed();
         }
+        send_unsent();
+        bury_failed();
+        send_unsent();
         buried_.clear();
     }
 }
@@ -264,12 +267,11 @@ bool Router::route(Client *from, const Frame &frame) {
         drop_frame(from, header, "nobody has that id");
         return true;
     }
-    if (to->full()) {
+    if (!has_room(to)) {
         from->waits_for = to;
         return false;
     }
-    to->send(frame.bytes, frame.size);
-    watch(to);
+    send(to, frame.bytes, frame.size);
     return true;
 }
 
@@ -280,7 +282,7 @@ bool Router::fan_out(Client *from, const Frame &frame) {
         return true;
     }
     for (Client *to : owners_) {
-        if (to != nullptr && to->full()) {
+        if (to != nullptr && !has_room(to)) {
             from->waits_for = to;
             return false;
         }
@@ -289,8 +291,7 @@ bool Router::fan_out(Client *from, const Frame &frame) {
     for (uint32_t module = 1; module <= NOTIFY_MID_MAX; module++) {
         if (owners_[module] != nullptr) {
             memcpy(copy.data() + offsetof(msg_header, des_mid), &module, sizeof module);
-            owners_[module]->send(copy.data(), copy.size());
-            watch(owners_[module]);
+            send(owners_[module], copy.data(), copy.size());
         }
     }
     return true;
@@ -325,8 +326,36 @@ void Router::refuse(Client *from, const msg_header &request) {
         fail(from, "does not read its answers");
         return;
     }
-    from->send(&answer, sizeof answer);
-    watch(from);
+    send(from, &answer, sizeof answer);
+}
+
+// What one round of events brings for a client leaves in one piece.
+void Router::send(Client *to, const void *bytes, size_t size) {
+    to->queue(bytes, size);
+    if (!to->unsent) {
+        to->unsent = true;
+        unsent_.push_back(to);
+    }
+}
+
+// Whether a client takes another frame; what it has is sent first, if that makes room.
+bool Router::has_room(Client *to) {
+    if (to->full() && to->unsent) {
+        to->flush();
+    }
+    return !to->full();
+}
+
+void Router::send_unsent() {
+    // Whoever waited for room may add to the list on the way.
+    for (size_t i = 0; i < unsent_.size(); i++) {
+        Client *client = unsent_[i];
+        client->unsent = false;
+        client->flush();
+        resume_waiting(client);
+        watch(client);
+    }
+    unsent_.clear();
 }
 
 void Router::drop_frame(const Client *from, const msg_header &header, const char *why) {
@@ -347,8 +376,7 @@ void Router::announce_death(uint32_t module, const Client *except) {
             continue;
         }
         msg_header death = notice(NOTIFY_ONE_WAY, module, client->first_module);
-        client->send(&death, sizeof death);
-        watch(client.get());
+        send(client.get(), &death, sizeof death);
     }
 }
 

@@ -37,6 +37,9 @@ class Router {
     void bind(Client *client, uint32_t module);
     // Answers a request that can't be delivered.
     void refuse(Client *from, const msg_header &request);
+    void send(Client *to, const void *bytes, size_t size);
+    bool has_room(Client *to);
+    void send_unsent();
     void drop_frame(const Client *from, const msg_header &header, const char *why);
     // Tells all other connections that a module is gone.
     void announce_death(uint32_t module, const Client *except);
@@ -58,6 +61,7 @@ class Router {
     std::vector<std::unique_ptr<Client>> clients_;
     std::vector<std::unique_ptr<Client>> buried_;  // events at hand may still name them
     std::array<Client *, NOTIFY_MID_MAX + 1> owners_{};
+    std::vector<Client *> unsent_;
     bool any_failed_ = false;
 };
 

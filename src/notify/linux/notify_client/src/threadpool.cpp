@@ -22,7 +22,6 @@ struct Job {
 };
 
 struct Pool {
-    pthread_cond_t queue_ready;  // signalled for each new job
     Job *queue_head;
     Job **queue_end;  // where the next job is linked in
     int shutdown;
@@ -32,9 +31,10 @@ struct Pool {
     int users;           // threads that still look at this record; the last one frees it
 };
 
-// Guards the pool and everything in it. It outlives the pool, so that a thread that ends late
-// still has it.
+// Guards the pool and everything in it. Lock and condition outlive the pool, so that a thread that
+// ends late, or a signal that comes late, still has them.
 pthread_mutex_t g_queue_lock = PTHREAD_MUTEX_INITIALIZER;
+pthread_cond_t g_queue_ready = PTHREAD_COND_INITIALIZER;  // signalled for each new job
 Pool *g_pool;
 
 std::atomic<int> g_routine_run;  // pool threads shall run
@@ -51,16 +51,11 @@ bool is_flood(const void *argument) {
     return words[2] == 31 && words[3] == 19 && words[4] == 0;
 }
 
-void free_pool(Pool *pool) {
-    pthread_cond_destroy(&pool->queue_ready);
-    free(pool);
-}
-
 // A thread of the pool is about to end. Needs the queue lock.
 void leave(Pool *pool) {
     pool->users--;
     if (pool->users == 0 && pool->shutdown != 0) {
-        free_pool(pool);
+        free(pool);
     }
 }
 
@@ -69,7 +64,7 @@ Job *take_job(Pool *pool) {
     hearth::MutexLock lock(g_queue_lock);
     while (pool->cur_queue_size == 0 && pool->shutdown == 0) {
         g_userfull_thread++;
-        pthread_cond_wait(&pool->queue_ready, &g_queue_lock);
+        pthread_cond_wait(&g_queue_ready, &g_queue_lock);
         g_userfull_thread--;
     }
     if (pool->shutdown != 0) {
@@ -107,7 +102,7 @@ Pool *make_pool(int32_t n) {
     hearth::HeapBlock<Pool> pool = hearth::allocate_zeroed<Pool>(1);
     hearth::HeapBlock<unsigned long> ids =
         hearth::allocate_zeroed<unsigned long>(static_cast<size_t>(n));
-    if (!pool || !ids || pthread_cond_init(&pool->queue_ready, nullptr) != 0) {
+    if (!pool || !ids) {
         return nullptr;
     }
     pool->queue_end = &pool->queue_head;
@@ -156,23 +151,25 @@ extern "C" HEARTH_API int32_t pool_init(int32_t n) {
 
 extern "C" HEARTH_API int32_t pool_add_worker(pool_job_function function, void *argument) {
     HEARTH_LOG(OSA_LOG_INFO, "pool_add_worker-->>enter \n");
-    hearth::MutexLock lock(g_queue_lock);
-    if (g_pool == nullptr) {
-        return -1;
+    {
+        hearth::MutexLock lock(g_queue_lock);
+        if (g_pool == nullptr) {
+            return -1;
+        }
+        if (g_pool->cur_queue_size > kFloodLimit && is_flood(argument)) {
+            // What the argument points to is not released: required.
+            return 0;
+        }
+        Job *job = static_cast<Job *>(malloc(sizeof(Job)));
+        if (job == nullptr) {
+            return -1;
+        }
+        *job = {function, argument, nullptr};
+        *g_pool->queue_end = job;
+        g_pool->queue_end = &job->next;
+        g_pool->cur_queue_size++;
     }
-    if (g_pool->cur_queue_size > kFloodLimit && is_flood(argument)) {
-        // What the argument points to is not released: required.
-        return 0;
-    }
-    Job *job = static_cast<Job *>(malloc(sizeof(Job)));
-    if (job == nullptr) {
-        return -1;
-    }
-    *job = {function, argument, nullptr};
-    *g_pool->queue_end = job;
-    g_pool->queue_end = &job->next;
-    g_pool->cur_queue_size++;
-    pthread_cond_signal(&g_pool->queue_ready);
+    pthread_cond_signal(&g_queue_ready);
     return 0;
 }
 
@@ -184,7 +181,7 @@ extern "C" HEARTH_API void pool_destroy(void) {
     }
     pool->shutdown = 1;
     g_routine_run.store(0, std::memory_order_relaxed);
-    pthread_cond_broadcast(&pool->queue_ready);
+    pthread_cond_broadcast(&g_queue_ready);
     free(pool->threadid);
     pool->threadid = nullptr;
     while (pool->queue_head != nullptr) {
@@ -195,6 +192,6 @@ extern "C" HEARTH_API void pool_destroy(void) {
     pool->cur_queue_size = 0;
     g_pool = nullptr;
     if (pool->users == 0) {
-        free_pool(pool);
+        free(pool);
     }
 }
