@@ -55,6 +55,7 @@ socklen_t fill_address(sockaddr_un *address, const char *path) {
 }
 
 bool create_socket() {
+    hearth::MutexLock lock(lock_send);
     int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     if (fd >= FD_SETSIZE) {
         // The receive thread could not wait on it.
@@ -83,12 +84,18 @@ bool bind_client() {
     return true;
 }
 
+// Takes turns with senders of other threads, which may have an answer to send at any time.
+bool try_connect(const sockaddr_un &address, socklen_t length) {
+    hearth::MutexLock lock(lock_send);
+    return connect(peek(g_sock_fd), reinterpret_cast<const sockaddr *>(&address), length) == 0;
+}
+
 bool connect_server() {
     sockaddr_un address;
     socklen_t length = fill_address(&address, kServerPath);
     int error = 0;
     for (int attempt = 1; attempt <= kConnectAttempts; attempt++) {
-        if (connect(peek(g_sock_fd), reinterpret_cast<sockaddr *>(&address), length) == 0) {
+        if (try_connect(address, length)) {
             return true;
         }
         error = errno;
