@@ -16,16 +16,7 @@ using namespace hearth::test;
 
 namespace {
 
-// The lines of this family alone, without those of the parser.
-std::vector<std::string> own_lines(const LogCapture &log) {
-    std::vector<std::string> texts;
-    for (const LogLine &line : log.lines()) {
-        if (line.file == "ats/atapi/at_network") {
-            texts.push_back(std::to_string(line.level) + " " + line.text);
-        }
-    }
-    return texts;
-}
+constexpr const char *kSource = "ats/atapi/at_network";
 
 TEST(AtNetworkList, SelectsAnOperator) {
     AtStandIn modem;
@@ -107,7 +98,7 @@ TEST(AtNetworkList, KeepsTwentyOperators) {
         if (count > 20) {
             expected = {"4 AT+COPS=? return too many operators(>20)!\n"};
         }
-        EXPECT_EQ(own_lines(log), expected);
+        EXPECT_EQ(log.texts(kSource), expected);
     }
 }
 
@@ -257,7 +248,7 @@ TEST(AtNetworkList, MemoryMayRunOutAnywhere) {
     arm_fault(Fault::kFail, kAllocations, 3);
     EXPECT_EQ(AT_GetOPList(1, &opl), -1);
     EXPECT_TRUE(disarm_fault());
-    EXPECT_EQ(own_lines(log),
+    EXPECT_EQ(log.texts(kSource),
               (std::vector<std::string>{
                   "2 AT_GetPnnList get_substring error\n", "2 AT_GetPnnList osa_malloc error\n",
                   "8 get opl list number is zero\n", "2 opllist->opl_list osa_malloc error\n"}));
@@ -318,7 +309,7 @@ TEST(AtNetworkList, SystemConfigurationsAreBounded) {
     StdoutCapture output;
     EXPECT_EQ(AT_Syscfg_test(&record), 0);
     EXPECT_EQ(output.text(), "acqorder list is too many\n");
-    EXPECT_EQ(own_lines(log), (std::vector<std::string>{"2 modes list is too many\n"}));
+    EXPECT_EQ(log.texts(kSource), (std::vector<std::string>{"2 modes list is too many\n"}));
     EXPECT_EQ(record.mode_count, 10);
     EXPECT_EQ(record.acqorder_count, 10);
     EXPECT_EQ(record.band_count, 20);
@@ -374,9 +365,10 @@ TEST(AtNetworkList, ExtendedSystemConfigurationsAreBounded) {
     EXPECT_EQ(record.acqorder_count, 10);
     EXPECT_STREQ(record.acqorders[9], std::string(19, '9').c_str());
     EXPECT_EQ(record.lteband_count, 20);
-    EXPECT_EQ(own_lines(log), (std::vector<std::string>{"2 acqorder list is too many\n",
-                                                        "2 syscfgex lte band list is too many\n",
-                                                        "2 syscfgex lte band list is too many\n"}));
+    EXPECT_EQ(log.texts(kSource),
+              (std::vector<std::string>{"2 acqorder list is too many\n",
+                                        "2 syscfgex lte band list is too many\n",
+                                        "2 syscfgex lte band list is too many\n"}));
 }
 
 }  // namespace

@@ -125,14 +125,9 @@ TEST(AtSecurity, LockLogsItsFailures) {
         modem.answer({row.answer});
         LogCapture log;
         EXPECT_EQ(AT_PinEnableDisableCmd(1, &in, &out), row.result);
-        std::vector<std::string> own;
-        for (const LogLine &line : log.lines()) {
-            if (line.file == "ats/atapi/at_security") {
-                own.push_back(std::to_string(line.level) + " " + line.text);
-            }
-        }
-        EXPECT_EQ(own, row.text == nullptr ? std::vector<std::string>{}
-                                           : std::vector<std::string>{row.text});
+        EXPECT_EQ(log.texts("ats/atapi/at_security"), row.text == nullptr
+                                                          ? std::vector<std::string>{}
+                                                          : std::vector<std::string>{row.text});
     }
 }
 

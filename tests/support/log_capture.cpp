@@ -67,6 +67,16 @@ std::vector<std::string> LogCapture::texts() const {
     return texts;
 }
 
+std::vector<std::string> LogCapture::texts(const std::string &file) const {
+    std::vector<std::string> texts;
+    for (const LogLine &line : lines()) {
+        if (line.file == file) {
+            texts.push_back(std::to_string(line.level) + " " + line.text);
+        }
+    }
+    return texts;
+}
+
 void LogCapture::clear() {
     std::lock_guard lock(g_mutex);
     g_lines.clear();

@@ -29,6 +29,8 @@ class LogCapture {
     std::vector<LogLine> lines() const;
     // The same as "LEVEL TEXT", for short expectations.
     std::vector<std::string> texts() const;
+    // Those of one source file alone.
+    std::vector<std::string> texts(const std::string &file) const;
     void clear();
 };
 

@@ -176,6 +176,25 @@ int32_t run(const Member &member, void *record);
 // Any other action gives -1, and nothing is sent. A null record is the first member's to log.
 int32_t run_action(int32_t action, const Member &check, const Member &set, void *record);
 
+// The result of a dispatcher that hides what the channel gave, unless it is -1.
+constexpr int32_t hide_channel(int32_t result) {
+    return result == -1 ? -1 : 0;
+}
+
+// Such a dispatcher: AT_CMD_TYPE_CHECK calls `check`, AT_CMD_TYPE_SET `execute`, any other action
+// gives `unknown`.
+template <typename Check, typename Execute>
+int32_t dispatch(int32_t action, int32_t unknown, Check check, Execute execute) {
+    switch (action) {
+        case AT_CMD_TYPE_CHECK:
+            return hide_channel(check());
+        case AT_CMD_TYPE_SET:
+            return hide_channel(execute());
+        default:
+            return unknown;
+    }
+}
+
 // The message type of the calling thread.
 int32_t thread_type();
 

@@ -218,11 +218,6 @@ int32_t write_entry(at_cpbw_req *record) {
     return result;
 }
 
-// The dispatchers hide what the channel gave, unless it is -1.
-int32_t dispatched(int32_t result) {
-    return result == -1 ? -1 : 0;
-}
-
 }  // namespace
 
 int32_t AT_Cpbs_Check(at_cpbs_info *record) {
@@ -234,14 +229,9 @@ int32_t AT_Cpbs_Execute(at_cpbs_set *record) {
 }
 
 int32_t AT_Cpbs(int32_t action, at_cpbs_set *in, at_cpbs_info *out) {
-    switch (action) {
-        case AT_CMD_TYPE_CHECK:
-            return dispatched(AT_Cpbs_Check(out));
-        case AT_CMD_TYPE_SET:
-            return dispatched(AT_Cpbs_Execute(in));
-        default:
-            return 0;  // required, as in the two below
-    }
+    // Another action is no failure: required, as in the two below.
+    return dispatch(
+        action, 0, [&] { return AT_Cpbs_Check(out); }, [&] { return AT_Cpbs_Execute(in); });
 }
 
 int32_t AT_Cpbr_Execute(at_cpbr_req *in, at_cpbr_info *out) {
@@ -279,9 +269,9 @@ int32_t AT_Cpbr_Test(at_cpbr_req *in, at_cpbr_info *out) {
 int32_t AT_Cpbr(int32_t action, at_cpbr_req *in, at_cpbr_info *out) {
     switch (action) {
         case AT_ACTION_EXECUTE:
-            return dispatched(AT_Cpbr_Execute(in, out));
+            return hide_channel(AT_Cpbr_Execute(in, out));
         case AT_ACTION_TEST:
-            return dispatched(AT_Cpbr_Test(in, out));
+            return hide_channel(AT_Cpbr_Test(in, out));
         default:
             return 0;
     }
@@ -296,7 +286,7 @@ int32_t AT_Cpbw_Execute(at_cpbw_req *record) {
 
 int32_t AT_Cpbw(int32_t action, at_cpbw_req *record, int32_t flag) {
     if (action == 1) {
-        return dispatched(AT_Cpbw_Execute(record));
+        return hide_channel(AT_Cpbw_Execute(record));
     }
     return action == 2 && flag == 0 ? -1 : 0;
 }

@@ -133,11 +133,6 @@ int32_t enter(const Member &one, const Member &two, const char *pin, const char 
     return result;
 }
 
-// The dispatchers hide what the channel gave, unless it is -1.
-int32_t dispatched(int32_t result) {
-    return result == -1 ? -1 : 0;
-}
-
 }  // namespace
 
 int32_t AT_PinManagement_Check(at_pin_info *record) {
@@ -150,14 +145,9 @@ int32_t AT_PinManagement_Execute(const char *pin, const char *new_pin, at_pin_in
 
 int32_t AT_PinManagement(int32_t action, const char *pin, const char *new_pin,
                          at_pin_info *record) {
-    switch (action) {
-        case AT_CMD_TYPE_CHECK:
-            return dispatched(AT_PinManagement_Check(record));
-        case AT_CMD_TYPE_SET:
-            return dispatched(AT_PinManagement_Execute(pin, new_pin, record));
-        default:
-            return -1;
-    }
+    return dispatch(
+        action, -1, [&] { return AT_PinManagement_Check(record); },
+        [&] { return AT_PinManagement_Execute(pin, new_pin, record); });
 }
 
 int32_t AT_PinManagementEx_Check(at_pin_info_ex *record) {
@@ -170,14 +160,9 @@ int32_t AT_PinManagementEx_Execute(const char *pin, const char *new_pin, at_pin_
 
 int32_t AT_PinManagementEx(int32_t action, const char *pin, const char *new_pin,
                            at_pin_info_ex *record) {
-    switch (action) {
-        case AT_CMD_TYPE_CHECK:
-            return dispatched(AT_PinManagementEx_Check(record));
-        case AT_CMD_TYPE_SET:
-            return dispatched(AT_PinManagementEx_Execute(pin, new_pin, record));
-        default:
-            return -1;
-    }
+    return dispatch(
+        action, -1, [&] { return AT_PinManagementEx_Check(record); },
+        [&] { return AT_PinManagementEx_Execute(pin, new_pin, record); });
 }
 
 int32_t AT_PinEnableDisableCmd(int32_t action, const at_clck_req *in, at_clck_rsp *out) {
