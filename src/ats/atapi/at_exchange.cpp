@@ -59,9 +59,7 @@ struct Writer {
     char *end;
 
     void put(std::string_view text) {
-        size_t length = std::min(text.size(), static_cast<size_t>(end - next));
-        memcpy(next, text.data(), length);
-        next += length;
+        next = std::copy_n(text.begin(), std::min<ptrdiff_t>(std::ssize(text), end - next), next);
     }
 };
 
