@@ -8,10 +8,9 @@ using namespace hearth::at;
 
 constexpr hearth::LogSource kLogSource{"ats", "ats/atapi/at_statistics"};
 
-constexpr Argument kValue[] = {{0, sizeof(int32_t), ArgumentKind::kSigned}};
 constexpr Member kReport =
     member({.command = "AT^DSFLOWRPT=%d",
-            .arguments = kValue,
+            .arguments = kNumber,
             .timeout = 1,
             .source = &kLogSource,
             .failed = {OSA_LOG_ERROR, "[AT_Dsflowrpt] GetDataFromAtServer return ERR_FAILED\n"}});
