@@ -200,6 +200,7 @@ inline size_t next_token(Parser &parser) {
     bool readable = !is_misc || skip_misc(parser);
     parser.token = parser.cursor;
     parser.token_after_space = (class_of(parser.cursor[-1]) & kSpace) != 0;
+    parser.token_classes = 0;
     parser.cursor = readable ? token_end(parser) : parser.cursor;
     parser.token_length = static_cast<size_t>(parser.cursor - parser.token);
     return parser.token_length;
@@ -368,7 +369,8 @@ bool skip_plain_end(Parser &parser, const char *name) {
     for (; *name != '\0' && *name == *text; ++name) {
         ++text;
     }
-    if (*name != '\0' || *text != '>') {
+    // The name of an end tag that goes "a/>", "a-->" or "a]]>" ends earlier.
+    if (*name != '\0' || *text != '>' || (class_of(text[-1]) & kMayEndName) != 0) {
         return false;
     }
     parser.cursor = text + 1;

@@ -66,7 +66,7 @@ struct SipHash {
 };
 
 string_view text_or_empty(const char *text) {
-    return text == nullptr ? string_view() : string_view(text);
+    return text == nullptr ? "" : text;
 }
 
 uint64_t hash_of(const XML_Node *attribute) {
