@@ -40,6 +40,12 @@ namespace {
 
 constexpr size_t kMaxUrlLength = 511;
 
+// What stands from `start`, which is in range, on. Unlike substr it needs nothing that throws.
+string_view rest_of(string_view text, size_t start) {
+    text.remove_prefix(start);
+    return text;
+}
+
 // An attribute of this name, whatever its prefix, and of this value if one is given.
 const XML_Node *find_attribute_by_value(const XML_Node *node, string_view name,
                                         const string_view *value) {
@@ -71,8 +77,8 @@ bool url_token_names(const XML_Node *node, string_view token) {
     string_view prefix = node->prefix;
     string_view name = node->name;
     for (size_t at = token.find(prefix); at != string_view::npos; at = token.find(prefix, at + 1)) {
-        string_view behind = token.substr(at + prefix.size());
-        if (behind.starts_with(':') && behind.substr(1).starts_with(name)) {
+        string_view behind = rest_of(token, at + prefix.size());
+        if (behind.starts_with(':') && rest_of(behind, 1).starts_with(name)) {
             return true;
         }
     }
@@ -115,10 +121,10 @@ struct PredicateWalk {
 bool walk_predicate(PredicateWalk *walk, string_view *path) {
     size_t open = path->find('[');
     size_t close = path->find(']', open);
-    if (close == string_view::npos) {
+    if (open == string_view::npos || close == string_view::npos) {
         return false;
     }
-    string_view predicate = path->substr(open + 1, close - open - 1);
+    string_view predicate = rest_of(path->substr(0, close), open + 1);
     const XML_Node *named = find_by_path(walk->from, path->substr(0, open));
     path->remove_prefix(close + 1);
     if (named == nullptr) {
@@ -127,7 +133,7 @@ bool walk_predicate(PredicateWalk *walk, string_view *path) {
     size_t equals = predicate.find('=');
     walk->has_value = equals != string_view::npos;
     walk->attribute = predicate.substr(0, equals);
-    string_view value = walk->has_value ? predicate.substr(equals + 1) : string_view();
+    string_view value = walk->has_value ? rest_of(predicate, equals + 1) : string_view();
     walk->found =
         find_by_attribute(named, named->name, walk->attribute, walk->has_value ? &value : nullptr);
     return walk->found != nullptr;
@@ -148,7 +154,7 @@ bool read_by_predicates(const XML_Node *root, string_view path, const char **tex
             if (close == string_view::npos) {
                 return false;
             }
-            walk.attribute = path.substr(1, close - 1);
+            walk.attribute = rest_of(path.substr(0, close), 1);
             walk.has_value = false;
             break;
         }

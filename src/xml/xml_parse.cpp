@@ -336,7 +336,7 @@ bool process_start_tag(Parser &parser) {
         return false;
     }
     XML_Node *element = hearth::xml::arena_node(parser.arena, XML_NODE_ELEMENT);
-    char *name_end = parser.cursor;
+    char *end_of_name = parser.cursor;
     bool references = (parser.token_classes & kReference) != 0;
     parser.plain_names &= (parser.token_classes & (kReference | kColon)) == 0;
     if (element == nullptr ||
@@ -346,7 +346,7 @@ bool process_start_tag(Parser &parser) {
     }
     bool empty = token_is(parser, "/>");
     bool ends = token_is(parser, ">");
-    *name_end = '\0';
+    *end_of_name = '\0';
     if (empty && !split_element_name(parser, element)) {
         return false;
     }
