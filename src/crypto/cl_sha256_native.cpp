@@ -46,25 +46,21 @@ __attribute__((target("sha,sse4.1,ssse3"))) void sha256_blocks_native(uint32_t *
 
 }  // namespace hearth
 
-#elif defined(__aarch64__) || (defined(__arm__) && defined(__ARM_NEON))
+// clang offers the instructions only if all of the library may use them.
+#elif (defined(__aarch64__) || (defined(__arm__) && defined(__ARM_NEON))) && \
+    (!defined(__clang__) || defined(__ARM_FEATURE_SHA2))
 
-#if defined(__aarch64__) && defined(__clang__)
-#define HEARTH_TARGET_SHA2 __attribute__((target("sha2")))
-#elif defined(__aarch64__)
+#if !defined(__clang__) && defined(__aarch64__)
 #pragma GCC target("+crypto")
-#define HEARTH_TARGET_SHA2
-#elif defined(__clang__)
-#define HEARTH_TARGET_SHA2 __attribute__((target("arch=armv8-a,sha2")))
-#else
+#elif !defined(__clang__)
 #pragma GCC target("arch=armv8-a")
 #pragma GCC target("fpu=crypto-neon-fp-armv8")
-#define HEARTH_TARGET_SHA2
 #endif
 #include <arm_neon.h>
 
 namespace hearth {
 
-HEARTH_TARGET_SHA2 void sha256_blocks_native(uint32_t *state, const uint8_t *data, size_t count) {
+void sha256_blocks_native(uint32_t *state, const uint8_t *data, size_t count) {
     uint32x4_t abcd = vld1q_u32(state);
     uint32x4_t efgh = vld1q_u32(state + 4);
     for (; count > 0; count--, data += 64) {

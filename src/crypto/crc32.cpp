@@ -4,12 +4,12 @@
 
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
-#elif defined(__aarch64__) && defined(__clang__)
-#define HEARTH_TARGET_CRC __attribute__((target("crc")))
-#include <arm_acle.h>
-#elif defined(__aarch64__)
+// clang offers the instructions only if all of the library may use them.
+#elif defined(__aarch64__) && (!defined(__clang__) || defined(__ARM_FEATURE_CRC32))
+#define HEARTH_ARM_CRC32
+#if !defined(__clang__)
 #pragma GCC target("+crc")
-#define HEARTH_TARGET_CRC
+#endif
 #include <arm_acle.h>
 #endif
 
@@ -73,9 +73,9 @@ HEARTH_TARGET_CRC uint32_t crc32_native(uint32_t crc, const uint8_t *data, size_
     return crc32_tables(crc32_tables(0, last, sizeof last), data, size);
 }
 
-#elif defined(__aarch64__)
+#elif defined(HEARTH_ARM_CRC32)
 
-HEARTH_TARGET_CRC uint32_t crc32_native(uint32_t crc, const uint8_t *data, size_t size) {
+uint32_t crc32_native(uint32_t crc, const uint8_t *data, size_t size) {
     for (; size >= 8; size -= 8, data += 8) {
         crc = __crc32d(crc, load_native<uint64_t>(data));
     }
