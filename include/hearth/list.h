@@ -26,11 +26,11 @@ typedef struct cl_lst {
     uint32_t count; /* of nodes */
 } cl_lst;
 
-/* Compares two nodes: negative, zero or positive. Given a node and a key by cl_lst_search. */
+/* Compares two nodes, negative, zero or positive; cl_lst_search gives it a node and the key. */
 typedef int (*cl_lst_compare)(const void *element, const void *key);
 
 /* Exchanges the data of two nodes, not their links. May be given the same node twice. */
-typedef void (*cl_lst_swap)(cl_lst_node *left, cl_lst_node *right);
+typedef void (*cl_lst_swap)(void *left, void *right);
 
 /* Makes the list empty; whatever it held is forgotten. */
 HEARTH_API void cl_lst_init(cl_lst *list);
@@ -41,7 +41,7 @@ HEARTH_API void cl_lst_insert(cl_lst *list, cl_lst_node *previous, cl_lst_node *
 /* Links `node` behind the last one. */
 HEARTH_API void cl_lst_add(cl_lst *list, cl_lst_node *node);
 
-/* Appends the nodes of `second`, which is empty afterwards. */
+/* Appends the nodes of `second`, another list, which is empty afterwards. */
 HEARTH_API void cl_lst_concat(cl_lst *list, cl_lst *second);
 
 /* The number of nodes. */

@@ -21,11 +21,11 @@ namespace {
 
 // x to a power modulo the polynomial, as the multiplication takes it: reflected, one bit higher.
 constexpr long long power_of_x(int exponent) {
-    uint32_t value = 0x80000000;
+    long long value = 0x80000000;
     for (int i = 0; i < exponent; i++) {
         value = (value >> 1) ^ ((value & 1) != 0 ? kCrc32Polynomial : 0);
     }
-    return static_cast<long long>(static_cast<uint64_t>(value) << 1);
+    return value << 1;
 }
 
 #define HEARTH_TARGET_CRC __attribute__((target("pclmul,sse4.1")))

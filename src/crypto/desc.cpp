@@ -13,21 +13,15 @@ using hearth::DesKeys;
 using hearth::kDesBlock;
 using hearth::kDesLanes;
 
-// The two halves of a block, first byte most significant, and the word that the rounds take.
+// The two halves of a block, first byte most significant.
 void enscrunch(const uint8_t *block, uint32_t (&halves)[2]) {
     halves[0] = hearth::load_be32(block);
     halves[1] = hearth::load_be32(block + 4);
 }
 
-void un_scrunch(const uint32_t (&halves)[2], uint8_t *block) {
-    hearth::store_be32(block, halves[0]);
-    hearth::store_be32(block + 4, halves[1]);
-}
-
-uint64_t block_of(const uint32_t (&halves)[2]) {
-    uint8_t block[kDesBlock];
-    un_scrunch(halves, block);
-    return hearth::des_load(block);
+// The word that the rounds take for the two halves, first byte lowest.
+uint64_t un_scrunch(const uint32_t (&halves)[2]) {
+    return uint64_t{hearth::swap_bytes(halves[1])} << 32 | hearth::swap_bytes(halves[0]);
 }
 
 // What each block is XORed with before and after the rounds; zero but for DESX.
@@ -95,7 +89,7 @@ bool update(Context *context, const Whiteners &whiteners, uint8_t *output, const
     }
     DesKeys keys(reinterpret_cast<const uint32_t *>(context->subkeys),
                  sizeof context->subkeys / sizeof(uint32_t));
-    uint64_t chain = block_of(context->chain);
+    uint64_t chain = un_scrunch(context->chain);
     if (context->encrypt != 0) {
         encrypt_chain(keys, whiteners, chain, output, input, length);
         enscrunch(output + length - kDesBlock, context->chain);
@@ -169,9 +163,11 @@ int32_t DESX_CBCUpdate(DESX_CBC_Context *context, uint8_t *output, const uint8_t
                        uint32_t length) {
     Whiteners whiteners;
     if (context != nullptr) {
-        whiteners = {block_of(context->input_whitener), block_of(context->output_whitener)};
+        whiteners = {un_scrunch(context->input_whitener), un_scrunch(context->output_whitener)};
     }
-    return update(context, whiteners, output, input, length) ? 1 : DES_CBC_BAD_LENGTH;
+    bool done = update(context, whiteners, output, input, length);
+    hearth::wipe(&whiteners, sizeof whiteners);
+    return done ? 1 : DES_CBC_BAD_LENGTH;
 }
 
 int32_t DES3_CBCUpdate(DES3_CBC_Context *context, uint8_t *output, const uint8_t *input,

@@ -151,11 +151,41 @@ int inflate_all(z_stream *stream, uint32_t input_length, uint32_t output_length)
     return result == Z_STREAM_END ? Z_OK : result;
 }
 
-z_stream make_stream(const uint8_t *input, uint8_t *output) {
+// One direction of the stream helpers.
+struct StreamCoder {
+    int (*start)(z_stream *stream);
+    int (*run)(z_stream *stream, uint32_t input_length, uint32_t output_length);
+    int (*end)(z_stream *stream);
+};
+
+constexpr StreamCoder kDeflate = {[](z_stream *stream) {
+                                      return QC_deflateInit_(stream, Z_DEFAULT_COMPRESSION,
+                                                             kVersion, sizeof *stream);
+                                  },
+                                  deflate_all, QC_deflateEnd};
+
+constexpr StreamCoder kInflate = {
+    [](z_stream *stream) { return QC_inflateInit_(stream, kVersion, sizeof *stream); }, inflate_all,
+    QC_inflateEnd};
+
+int32_t code_stream(const StreamCoder &coder, const uint8_t *input, uint32_t input_length,
+                    uint8_t *output, uint32_t *output_length) {
+    if (input == nullptr || output == nullptr || output_length == nullptr) {
+        return cl_gz_transformErr(Z_STREAM_ERROR);
+    }
     z_stream stream{};
     stream.next_in = const_cast<Bytef *>(input);
     stream.next_out = output;
-    return stream;
+    int result = coder.start(&stream);
+    if (result != Z_OK) {
+        return cl_gz_transformErr(result);
+    }
+    result = coder.run(&stream, input_length, *output_length);
+    if (result == Z_OK) {
+        *output_length = static_cast<uint32_t>(stream.total_out);
+    }
+    coder.end(&stream);
+    return cl_gz_transformErr(result);
 }
 
 }  // namespace
@@ -216,38 +246,12 @@ int32_t cl_gz_uncompress_to_Flash(const char *source, uint32_t partition, uint32
 
 int32_t cl_gz_compressStream(const uint8_t *input, uint32_t input_length, uint8_t *output,
                              uint32_t *output_length) {
-    if (input == nullptr || output == nullptr || output_length == nullptr) {
-        return cl_gz_transformErr(Z_STREAM_ERROR);
-    }
-    z_stream stream = make_stream(input, output);
-    int result = QC_deflateInit_(&stream, Z_DEFAULT_COMPRESSION, kVersion, sizeof stream);
-    if (result != Z_OK) {
-        return cl_gz_transformErr(result);
-    }
-    result = deflate_all(&stream, input_length, *output_length);
-    if (result == Z_OK) {
-        *output_length = static_cast<uint32_t>(stream.total_out);
-    }
-    QC_deflateEnd(&stream);
-    return cl_gz_transformErr(result);
+    return code_stream(kDeflate, input, input_length, output, output_length);
 }
 
 int32_t cl_gz_uncompressStream(const uint8_t *input, uint32_t input_length, uint8_t *output,
                                uint32_t *output_length) {
-    if (input == nullptr || output == nullptr || output_length == nullptr) {
-        return cl_gz_transformErr(Z_STREAM_ERROR);
-    }
-    z_stream stream = make_stream(input, output);
-    int result = QC_inflateInit_(&stream, kVersion, sizeof stream);
-    if (result != Z_OK) {
-        return cl_gz_transformErr(result);
-    }
-    result = inflate_all(&stream, input_length, *output_length);
-    if (result == Z_OK) {
-        *output_length = static_cast<uint32_t>(stream.total_out);
-    }
-    QC_inflateEnd(&stream);
-    return cl_gz_transformErr(result);
+    return code_stream(kInflate, input, input_length, output, output_length);
 }
 
 int32_t osa_compress_log(const char *destination) {

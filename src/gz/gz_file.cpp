@@ -190,11 +190,13 @@ int32_t QC_gzgetlength(QC_gzFile file, z_off_t end) {
     return got == static_cast<ssize_t>(sizeof length) ? length : -1;
 }
 
-// A function that hands its arguments on to zlib's, with zlib's handle in place of ours. The name
-// stands in brackets because zlib has macros for some.
+// zlib has a macro over this function.
+#undef gzgetc
+
+// A function that hands its arguments on to zlib's, with zlib's handle in place of ours.
 #define QC_FORWARD_FILE(result, name, parameters, arguments) \
     result QC_##name parameters {                            \
-        return (name)arguments;                              \
+        return name arguments;                               \
     }
 
 QC_FORWARD_FILE(int, gzsetparams, (QC_gzFile file, int level, int strategy),

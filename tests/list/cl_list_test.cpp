@@ -34,8 +34,8 @@ int compare_with_key(const void *item, const void *key) {
     return static_cast<const Item *>(item)->value - *static_cast<const int *>(key);
 }
 
-void swap_items(cl_lst_node *left, cl_lst_node *right) {
-    std::swap(value_of(left), value_of(right));
+void swap_items(void *left, void *right) {
+    std::swap(static_cast<Item *>(left)->value, static_cast<Item *>(right)->value);
 }
 
 // The values in order, after a look at every link in both directions.
