@@ -217,7 +217,7 @@ enum {
 
 /*
  * Builds an index over fields of the record; the arrays are copied.
- *   count       number of fields
+ *   count       number of fields; with 0 the index starts out in the order of the slots
  *   offsets     where each field begins in the record, in bytes
  *   types       MDBL_FIELD_*
  *   descending  not 0 turns the order of a field round

@@ -19,15 +19,15 @@ namespace {
 constexpr size_t kPathCapacity = sizeof(PBase_IFileStream::path);
 
 struct Mode {
-    int32_t number;
     const char *stdio;
+    int32_t number;
     bool needs_file;
 };
 
 constexpr Mode kModes[] = {
-    {PBASE_MODE_READ, "rbe", true},     {PBASE_MODE_UPDATE, "rb+e", true},
-    {PBASE_MODE_CREATE, "wb+e", false}, {PBASE_MODE_CREATE2, "wb+e", false},
-    {PBASE_MODE_APPEND, "abe", true},
+    {"rbe", PBASE_MODE_READ, true},     {"rb+e", PBASE_MODE_UPDATE, true},
+    {"wb+e", PBASE_MODE_CREATE, false}, {"wb+e", PBASE_MODE_CREATE2, false},
+    {"abe", PBASE_MODE_APPEND, true},
 };
 
 bool is_open(const PBase_IFileStream *stream) {

@@ -240,7 +240,8 @@ int32_t mdbl_TableCreateIndex(MDBL_Table *table, uint32_t number, MDBL_Compare c
 int32_t mdbl_TableCreateIndexEx(MDBL_Table *table, uint32_t number, uint16_t count,
                                 const uint16_t *offsets, const uint32_t *types,
                                 const uint8_t *descending) {
-    if (table == nullptr || offsets == nullptr || types == nullptr || descending == nullptr) {
+    bool complete = offsets != nullptr && types != nullptr && descending != nullptr;
+    if (table == nullptr || (count != 0 && !complete)) {
         return MDBL_ERR_GENERAL;
     }
     int32_t result = check_index_slot(table, number);

@@ -145,6 +145,38 @@ TEST(TableCrash, AStopBeforeAnyWriteLeavesAWholeState) {
     }
 }
 
+// A power cut in the middle of the one write of an insert or delete: any part of it, from its
+// front, may be on the disk.
+TEST(TableCrash, ATornWriteLeavesTheStateBefore) {
+    for (uint8_t preallocate : {uint8_t{0}, uint8_t{1}}) {
+        for (bool behind_the_end : {false, true}) {
+            prepare(preallocate);
+            if (behind_the_end) {
+                insert_key(open_table().get(), kSize, 9, "gap");
+            }
+            const Bytes before = read_file(kTablePath);
+            Contents old_contents = contents_of_file();
+            ASSERT_EQ(insert_key(open_table().get(), kSize, 5, "new"), MDBL_OK);
+            const Bytes after = read_file(kTablePath);
+            size_t slot = behind_the_end ? 4 : 1;
+            size_t first = 10 + slot * kSize - (behind_the_end ? 1 : 0);
+            for (size_t end = first; end < 10 + (slot + 1) * kSize; end++) {
+                SCOPED_TRACE(end);
+                Bytes torn(after.begin(), after.begin() + static_cast<std::ptrdiff_t>(end));
+                if (end < before.size()) {
+                    torn.insert(torn.end(), before.begin() + static_cast<std::ptrdiff_t>(end),
+                                before.end());
+                }
+                write_file(kTablePath, torn);
+                ASSERT_EQ(contents_of_file(), old_contents);
+                // And the table goes on from there.
+                ASSERT_EQ(insert_key(open_table().get(), kSize, 6, "new"), MDBL_OK);
+                ASSERT_EQ(contents_of_file().size(), old_contents.size() + 1);
+            }
+        }
+    }
+}
+
 TEST(TableCrash, AStopDuringCreationLeavesNoHalfTable) {
     int stops = for_each_crash(
         kChanges, [] { mdbl_CreateTable(kTablePath, 1024, 30, 0); },

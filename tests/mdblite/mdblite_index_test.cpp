@@ -186,10 +186,7 @@ TEST(TableIndex, FieldsCompareByTheirType) {
 // Without fields the index has the order of the slots.
 TEST(TableIndex, NoFieldsMeanNoOrder) {
     TablePointer table = new_table({3, 1, 2});
-    const uint16_t offset = 0;
-    const uint32_t type = 0;
-    const uint8_t up = 0;
-    ASSERT_EQ(mdbl_TableCreateIndexEx(table.get(), 5, 0, &offset, &type, &up), MDBL_OK);
+    ASSERT_EQ(mdbl_TableCreateIndexEx(table.get(), 5, 0, nullptr, nullptr, nullptr), MDBL_OK);
     std::vector<uint32_t> keys;
     mdbl_TableEnumerate(
         table.get(), 5,

@@ -86,7 +86,9 @@ TEST(Journal, AnUpdateIsWholeOrNotAtAllAfterEveryStop) {
                 }
                 int32_t restored = mdbl_JournalRestore();
                 ASSERT_EQ(restored, journal.empty() ? MDBL_ERR_GENERAL : MDBL_OK);
+                mdbl_JournalClose();
                 ASSERT_EQ(mdbl_JournalRestore(), restored);
+                mdbl_JournalClose();
                 Bytes table = read_file(kTablePath);
                 bool is_new = table[10 + 1024 + 4] == 'n';
                 Bytes expected = old_table;
@@ -173,6 +175,7 @@ TEST(Journal, FailuresCancelTheEntry) {
         EXPECT_TRUE(disarm_fault());
         EXPECT_EQ(read_file(kTablePath)[10 + 1024 + 4] == 'n', c.changed);
         // What stayed pending is complete in the table already.
+        mdbl_JournalClose();
         EXPECT_EQ(mdbl_JournalRestore(), MDBL_OK);
         EXPECT_EQ(read_file(kTablePath)[10 + 1024 + 4] == 'n', c.changed);
         mdbl_JournalDisable();
