@@ -112,9 +112,10 @@ bool name_update_target(std::string_view source, const char *directory, char *ta
     if (slash == std::string_view::npos) {
         return true;  // opening the empty name fails
     }
-    std::string_view name = source.substr(slash + 1);
-    size_t dot = name.rfind('.');
-    std::string_view kept = name.substr(0, dot == std::string_view::npos ? dot : dot + 1);
+    std::string_view kept = source;
+    kept.remove_prefix(slash + 1);
+    size_t dot = kept.rfind('.');
+    kept.remove_suffix(dot == std::string_view::npos ? 0 : kept.size() - dot - 1);
     return hearth::format_text(target, capacity, "%s/%.*sbin", directory,
                                static_cast<int>(kept.size()), kept.data());
 }

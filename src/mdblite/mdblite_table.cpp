@@ -97,7 +97,8 @@ int32_t validateMDBLiteTable(const char *path, TableHeader *header, Stream *stre
 // The text after the last "/", or all of the path.
 std::string_view parse_table_file_name(std::string_view path) {
     size_t slash = path.rfind('/');
-    return slash == std::string_view::npos ? path : path.substr(slash + 1);
+    path.remove_prefix(slash == std::string_view::npos ? 0 : slash + 1);
+    return path;
 }
 
 void temporary_name(std::string_view path, Path &name) {
