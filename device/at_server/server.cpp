@@ -34,6 +34,9 @@ constexpr struct {
     size_t body;
 } kRawBodies[] = {{"AT^HCMGS=", 256}, {"AT^HCMGW=", 162}};
 
+// A request for unread messages names another command and awaits this.
+constexpr const char *kUnreadMessages = "^CMGI:";
+
 // A failure without text.
 constexpr int32_t kRetNothing = 1;
 
@@ -47,14 +50,20 @@ std::string match_of(const at_server_msg &message) {
     return {message.match, strnlen(message.match, sizeof message.match)};
 }
 
+bool starts_with(const std::string &text, const char *head) {
+    return text.compare(0, strlen(head), head) == 0;
+}
+
 // The response text: every line for a multi-line request, else the line that the caller wants.
 std::string response_text(const at_server_msg &message, const Reply &reply) {
     if (message.multi_line == 0 && !match_of(message).empty()) {
         for (size_t i = 0; i < reply.lines.size(); i++) {
             if (reply.lines[i].find(match_of(message)) != std::string::npos) {
-                // A PDU or a raw body stands on the line behind its header.
-                bool header =
-                    i + 1 < reply.lines.size() && reply.lines[i + 1].find(':') == std::string::npos;
+                // A PDU or a raw body, which may hold any byte, stands on the line behind its
+                // header.
+                bool raw = starts_with(reply.lines[i], "^HCMGR:");
+                bool header = i + 1 < reply.lines.size() &&
+                              (raw || reply.lines[i + 1].find(':') == std::string::npos);
                 return header ? reply.lines[i] + "\r\n" + reply.lines[i + 1] : reply.lines[i];
             }
         }
@@ -64,10 +73,6 @@ std::string response_text(const at_server_msg &message, const Reply &reply) {
         text += text.empty() ? line : "\r\n" + line;
     }
     return text;
-}
-
-bool starts_with(const std::string &text, const char *head) {
-    return text.compare(0, strlen(head), head) == 0;
 }
 
 // Wrong passwords and a network that is not there have a result of their own in two commands.
@@ -87,6 +92,9 @@ bool process_lives(int32_t id) {
 }  // namespace
 
 Command command_of(const at_server_msg &request) {
+    if (match_of(request) == kUnreadMessages) {
+        return {"AT^CMGI", ""};
+    }
     if (size_t length = counted_length(request)) {
         return {{request.report, length}, ""};
     }
@@ -122,6 +130,8 @@ AtServer::AtServer(Modem &modem) : modem_(modem), card_(modem) {
         card_.notice(line);
         if (starts_with(line, "^RSSI")) {
             last_rssi_ = line;
+        } else if (starts_with(line, "^SMMEMFULL")) {
+            last_memory_full_ = line;
         }
     });
 }
@@ -201,10 +211,11 @@ void AtServer::drain() {
 }
 
 void AtServer::take(const at_server_msg &request) {
-    if (request.req_class == kServerValue) {
+    const std::string *line = report_for(request);
+    if (line != nullptr || request.req_class == kServerValue) {
         at_server_msg reply = request;
-        bool known = request.req_param == kLatestRssi && !last_rssi_.empty();
-        fill_reply(reply, known ? Reply{{last_rssi_}, "OK"} : Reply{{}, ""});
+        bool known = line != nullptr && !line->empty();
+        fill_reply(reply, known ? Reply{{*line}, "OK"} : Reply{{}, ""});
         send(reply);
         return;
     }
@@ -214,6 +225,15 @@ void AtServer::take(const at_server_msg &request) {
                      fill_reply(reply, answer);
                      send(reply);
                  });
+}
+
+const std::string *AtServer::report_for(const at_server_msg &request) const {
+    if (request.req_class == kServerValue) {
+        return request.req_param == kLatestRssi ? &last_rssi_ : nullptr;
+    }
+    // The full memory is asked for without a word.
+    bool empty = request.report[0] == '\0' && request.multi_line == 0 && request.req_param == -1;
+    return empty ? &last_memory_full_ : nullptr;
 }
 
 void AtServer::send(const at_server_msg &reply) {

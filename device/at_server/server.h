@@ -33,12 +33,15 @@ class AtServer {
   private:
     void drain();
     void take(const at_server_msg &request);
+    // The report that answers a request without a command; null for any other request.
+    const std::string *report_for(const at_server_msg &request) const;
     void send(const at_server_msg &reply);
     bool make_room();
 
     Modem &modem_;
     CardWatcher card_;
     std::string last_rssi_;
+    std::string last_memory_full_;
     int event_descriptor_ = -1;
     int requests_ = -1;
     int replies_ = -1;

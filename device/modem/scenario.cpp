@@ -109,7 +109,8 @@ class ScenarioReader {
                                 std::string(error.description()));
         }
         TableReader top(path_, root_, "top level");
-        for (const char *key : {"modem", "sim", "network", "signal", "operator", "refuse", "at"}) {
+        for (const char *key : {"modem", "sim", "network", "signal", "sms", "message", "phonebook",
+                                "contact", "operator", "refuse", "at"}) {
             top.allow(key);
         }
         top.done();
@@ -117,6 +118,10 @@ class ScenarioReader {
         section("sim", [&](const toml::table &table) { read_sim(table, "sim", &state_.sim); });
         section("network", [&](const toml::table &table) { read_network(table); });
         section("signal", [&](const toml::table &table) { read_signal(table); });
+        section("sms", [&](const toml::table &table) { read_sms(table); });
+        list("message", [&](const toml::table &table) { read_message(table); });
+        section("phonebook", [&](const toml::table &table) { read_phonebook(table); });
+        list("contact", [&](const toml::table &table) { read_contact(table); });
         list("operator", [&](const toml::table &table) { read_operator(table); });
         list("refuse", [&](const toml::table &table) { read_refusal(table); });
         list("at", [&](const toml::table &table) { read_moment(table); });
@@ -207,6 +212,63 @@ class ScenarioReader {
             .done();
     }
 
+    void read_sms(const toml::table &table) {
+        Sms &sms = state_.sms;
+        TableReader(path_, table, "sms")
+            .get("centre", &sms.centre)
+            .get("centre_type", &sms.centre_type)
+            .get("sim_capacity", &sms.memories["SM"].capacity)
+            .get("modem_capacity", &sms.memories["ME"].capacity)
+            .done();
+    }
+
+    // Messages take places in the order of the file.
+    void read_message(const toml::table &table) {
+        Message message;
+        std::string memory = "SM";
+        TableReader reader(path_, table, "[message]");
+        reader.get("memory", &memory)
+            .get("status", &message.status)
+            .get("pdu", &message.pdu)
+            .done();
+        auto found = state_.sms.memories.find(memory);
+        if (found == state_.sms.memories.end()) {
+            reader.fail(table.source(), "there is no message memory \"" + memory + "\"");
+        }
+        if (tpdu_length(message.pdu) < 0 || message.status < 0 || message.status > 3) {
+            reader.fail(table.source(), "[[message]] wants a \"pdu\" and a \"status\" of 0 to 3");
+        }
+        auto &messages = found->second.messages;
+        messages[static_cast<int>(messages.size()) + 1] = message;
+    }
+
+    void read_phonebook(const toml::table &table) {
+        Phonebook &book = state_.phonebooks.books["SM"];
+        TableReader(path_, table, "phonebook")
+            .get("capacity", &book.capacity)
+            .get("number_length", &book.number_length)
+            .get("name_length", &book.name_length)
+            .done();
+    }
+
+    void read_contact(const toml::table &table) {
+        Contact contact;
+        std::string memory = "SM";
+        TableReader reader(path_, table, "[contact]");
+        reader.get("memory", &memory)
+            .get("number", &contact.number)
+            .get("type", &contact.type)
+            .get("name", &contact.name)
+            .get("coding", &contact.coding)
+            .done();
+        auto found = state_.phonebooks.books.find(memory);
+        if (found == state_.phonebooks.books.end()) {
+            reader.fail(table.source(), "there is no phonebook \"" + memory + "\"");
+        }
+        auto &contacts = found->second.contacts;
+        contacts[static_cast<int>(contacts.size()) + 1] = contact;
+    }
+
     void read_operator(const toml::table &table) {
         Operator op;
         TableReader(path_, table, "[operator]")
@@ -240,6 +302,7 @@ class ScenarioReader {
         reader.get("seconds", &moment.at)
             .get("rssi", &moment.rssi)
             .get("registration", &moment.registration)
+            .get("message", &moment.message)
             .get("report", &moment.report)
             .allow("sim")
             .done();
@@ -249,6 +312,9 @@ class ScenarioReader {
             }
             moment.sim = state_.sim;
             read_sim(*node->as_table(), "at.sim", &*moment.sim);
+        }
+        if (!moment.message.empty() && tpdu_length(moment.message) < 0) {
+            reader.fail(table.source(), "\"message\" wants a PDU as hexadecimal text");
         }
         state_.moments.push_back(moment);
     }

@@ -73,12 +73,10 @@ SimCommand parse_command(const Command &command) {
         parsed.form = Form::kTest;
     } else if (!rest.empty()) {
         parsed.form = Form::kSet;
-        parsed.arguments = split_arguments(rest.substr(1));
+        parsed.raw = rest.substr(1);
+        parsed.arguments = split_arguments(parsed.raw);
     }
     parsed.body = command.body;
-    if (!parsed.body.empty() && parsed.body.back() == '\x1a') {
-        parsed.body.pop_back();
-    }
     return parsed;
 }
 

@@ -20,7 +20,9 @@ struct SimCommand {
     Form form = Form::kExecute;
     // Blanks around an argument and the quotation marks around a text are gone.
     std::vector<std::string> arguments;
-    // Behind the prompt of a two-stage send, without the closing 0x1A.
+    // All that stands behind the "=", for arguments that hold any byte.
+    std::string raw;
+    // Behind the prompt of a two-stage send, with the closing 0x1A of a PDU.
     std::string body;
 
     // Argument i as a number; `missing` when it is absent, empty or no number.
@@ -40,6 +42,8 @@ struct SimHandler {
 std::span<const SimHandler> identity_handlers();
 std::span<const SimHandler> network_handlers();
 std::span<const SimHandler> pin_handlers();
+std::span<const SimHandler> sms_handlers();
+std::span<const SimHandler> phonebook_handlers();
 
 // Replies.
 Reply line_reply(std::string line);

@@ -1,6 +1,7 @@
 #include "sim_modem.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace hearth::device {
 
@@ -21,7 +22,8 @@ int SimState::card_error() const {
 }
 
 SimModem::SimModem(SimState state) : state_(std::move(state)), seen_(state_.sim) {
-    for (auto table : {identity_handlers(), network_handlers(), pin_handlers()}) {
+    for (auto table : {identity_handlers(), network_handlers(), pin_handlers(), sms_handlers(),
+                       phonebook_handlers()}) {
         for (const SimHandler &handler : table) {
             handlers_[handler.name] = &handler;
         }
@@ -63,9 +65,16 @@ void SimModem::start(const Command &command, std::chrono::seconds /*timeout*/, D
     notice_card();
     if (delay.count() == 0) {
         done(reply);
-        return;
+    } else {
+        late_.push_back({Clock::now() + delay, std::move(reply), std::move(done)});
     }
-    late_.push_back({Clock::now() + delay, std::move(reply), std::move(done)});
+    give_reports();
+}
+
+void SimModem::give_reports() {
+    for (const std::string &line : std::exchange(state_.reports, {})) {
+        report(line);
+    }
 }
 
 std::optional<Clock::time_point> SimModem::next_tick() const {
@@ -111,6 +120,10 @@ void SimModem::apply(const Moment &moment) {
     if (moment.sim) {
         state_.sim = *moment.sim;
         notice_card();
+    }
+    if (!moment.message.empty()) {
+        receive_message(state_, moment.message);
+        give_reports();
     }
     if (!moment.report.empty()) {
         report(moment.report);

@@ -34,6 +34,7 @@ class SimModem : public Modem {
     Reply run(const Command &command);
     Refusal *refusal_for(const std::string &line);
     void apply(const Moment &moment);
+    void give_reports();
     void notice_card();
 
     SimState state_;

@@ -1,6 +1,7 @@
 // What the simulated modem knows. The scenario file decides how it begins and how it changes.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <map>
 #include <optional>
@@ -85,6 +86,68 @@ struct Signal {
     int sinr = 12;
 };
 
+// A stored PDU, as hexadecimal text. 3GPP TS 27.005, 3.1: status 0 unread, 1 read, 2 unsent, 3
+// sent.
+struct Message {
+    int status = 0;
+    std::string pdu;
+};
+
+// Messages by their index, which begins at 1.
+struct MessageMemory {
+    int capacity = 20;
+    std::map<int, Message> messages;
+};
+
+// A message of the vendor's raw kind, with the numbers that came with it.
+struct RawMessage {
+    std::string number;
+    std::array<int, 7> words{};
+    std::array<int, 5> time{};
+    std::string body;
+};
+
+struct Sms {
+    std::map<std::string, MessageMemory> memories = {{"ME", {100, {}}}, {"SM", {20, {}}}};
+    // To read and delete, to write and send, for what comes in.
+    std::array<std::string, 3> chosen = {"SM", "SM", "SM"};
+    int next_reference = 1;
+    std::string centre = "+15550999";
+    int centre_type = 145;
+    int broadcast_mode = 0;
+    std::string broadcast_ids;
+    std::string broadcast_codings;
+    std::array<int, 5> indication = {2, 1, 0, 0, 0};
+    int read_tag = 0;
+    int raw_capacity = 20;
+    std::map<int, RawMessage> raw_messages;
+    std::array<int, 4> raw_settings{};
+};
+
+// Octets of a PDU behind the service centre's address; -1 when it is no hexadecimal text.
+int tpdu_length(const std::string &pdu);
+
+struct Contact {
+    std::string number;
+    int type = 129;
+    // Raw bytes in the encoding that the number tells.
+    std::string name;
+    int coding = 0;
+};
+
+// Contacts by their index, which begins at 1.
+struct Phonebook {
+    int capacity = 250;
+    int number_length = 40;
+    int name_length = 60;
+    std::map<int, Contact> contacts;
+};
+
+struct Phonebooks {
+    std::map<std::string, Phonebook> books = {{"ME", {}}, {"SM", {}}};
+    std::string chosen = "SM";
+};
+
 // How the modem treats a command that would otherwise be carried out.
 struct Refusal {
     std::string command;
@@ -102,6 +165,8 @@ struct Moment {
     std::optional<int> rssi;
     std::optional<int> registration;
     std::optional<Sim> sim;
+    // A PDU that comes in.
+    std::string message;
     std::string report;
 };
 
@@ -110,12 +175,19 @@ struct SimState {
     Sim sim;
     Network network;
     Signal signal;
+    Sms sms;
+    Phonebooks phonebooks;
     std::vector<Refusal> refusals;
     std::vector<Moment> moments;
     int functionality = 1;
+    // Lines that the modem says of its own accord once the command in hand is answered.
+    std::vector<std::string> reports;
 
     // The error that keeps the card from being used, 0 when it is ready.
     int card_error() const;
 };
+
+// Stores a message that came in, and reports it.
+void receive_message(SimState &state, const std::string &pdu);
 
 }  // namespace hearth::device
