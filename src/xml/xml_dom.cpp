@@ -5,7 +5,6 @@
 
 #include "xml/xml_store.h"
 
-using hearth::xml::compare_texts;
 using hearth::xml::find_attribute;
 using hearth::xml::is_detached;
 using hearth::xml::link_attribute;

@@ -4,7 +4,6 @@
 #include "base/text.h"
 #include "xml/xml_dom.h"
 
-using hearth::xml::compare_texts;
 using hearth::xml::find_by_path;
 using hearth::xml::find_named;
 using hearth::xml::PathTokens;

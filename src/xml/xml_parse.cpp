@@ -637,7 +637,7 @@ int32_t ZEX_XML_Parse(const char *text, XML_Node **tree) {
     if (!arena) {
         return ZEX_XML_ERR_NO_MEMORY;
     }
-    memcpy(document, text, length);
+    memcpy(document, text, length + 1);
     return parse_in_place(std::move(arena), document, tree);
 }
 

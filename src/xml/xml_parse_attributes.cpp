@@ -71,7 +71,7 @@ string_view text_or_empty(const char *text) {
 
 uint64_t hash_of(const XML_Node *attribute) {
     // 16 random bytes that the kernel gives every process.
-    const char *key = reinterpret_cast<const char *>(getauxval(AT_RANDOM));
+    const char *key = std::bit_cast<const char *>(getauxval(AT_RANDOM));
     SipHash hash(key == nullptr ? 0 : hearth::load_native<uint64_t>(key),
                  key == nullptr ? 0 : hearth::load_native<uint64_t>(key + 8));
     hash.text(text_or_empty(attribute->prefix));
@@ -114,7 +114,7 @@ bool AttributeList::index_all() {
     size_t capacity = std::max(kMinSlots, std::bit_ceil(count_ * 4));
     if (capacity > allocated_) {
         XML_Free(slots_);
-        slots_ = static_cast<XML_Node **>(XML_Malloc(capacity * sizeof *slots_));
+        slots_ = static_cast<XML_Node **>(XML_Malloc(capacity * sizeof(void *)));
         allocated_ = slots_ == nullptr ? 0 : capacity;
         capacity_ = 0;
         if (slots_ == nullptr) {

@@ -3,9 +3,9 @@
 #include <string.h>
 
 #include <algorithm>
+#include <bit>
 #include <new>
 
-using hearth::xml::Arena;
 using hearth::xml::Text;
 
 namespace {
@@ -59,12 +59,13 @@ constexpr size_t kMinSlab = 1024;
 constexpr size_t kMaxSlab = 32 * 1024;
 #endif
 
-Cell *cell_of(const XML_Node *node) {
-    return reinterpret_cast<Cell *>(reinterpret_cast<uintptr_t>(node) - offsetof(Cell, node));
+Cell *cell_of(XML_Node *node) {
+    return reinterpret_cast<Cell *>(reinterpret_cast<char *>(node) - offsetof(Cell, node));
 }
 
-constexpr size_t align_up(size_t size) {
-    return (size + alignof(Cell) - 1) & ~(alignof(Cell) - 1);
+// The first place from `memory` on where a cell may stand.
+char *align_up(char *memory) {
+    return memory + (0 - reinterpret_cast<uintptr_t>(memory)) % alignof(Cell);
 }
 
 XML_Node *start_cell(void *memory, uintptr_t owner, uint32_t type) {
@@ -134,7 +135,7 @@ static char *arena_grow(Arena *arena, size_t size) {
 }
 
 XML_Node *arena_node(Arena *arena, uint32_t type) {
-    char *memory = reinterpret_cast<char *>(align_up(reinterpret_cast<uintptr_t>(arena->next)));
+    char *memory = align_up(arena->next);
     if (memory <= arena->end && static_cast<size_t>(arena->end - memory) >= sizeof(Cell)) {
         arena->next = memory + sizeof(Cell);
     } else {
@@ -222,7 +223,7 @@ class Release {
             XML_Free(cell);
             return;
         }
-        Arena *arena = reinterpret_cast<Arena *>(cell->owner);
+        Arena *arena = std::bit_cast<Arena *>(cell->owner);
         if (arena != arena_) {
             settle();
             arena_ = arena;
@@ -232,9 +233,11 @@ class Release {
 
   private:
     void settle() {
-        if (count_ > 0 && arena_->live.fetch_sub(count_, std::memory_order_acq_rel) == count_) {
+        if (arena_ != nullptr &&
+            arena_->live.fetch_sub(count_, std::memory_order_acq_rel) == count_) {
             arena_free(arena_);
         }
+        arena_ = nullptr;
         count_ = 0;
     }
 

@@ -6,7 +6,7 @@
 
 namespace {
 
-int g_left = -1;
+thread_local int g_left = -1;
 
 bool allowed() {
     if (g_left == 0) {

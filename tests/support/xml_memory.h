@@ -4,7 +4,7 @@
 
 namespace hearth::test {
 
-// The next `allocations` succeed and all later ones fail; -1 for none.
+// Of the calling thread, the next `allocations` succeed and all later ones fail; -1 for none.
 void fail_xml_memory_after(int allocations);
 
 }  // namespace hearth::test
