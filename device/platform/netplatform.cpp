@@ -77,7 +77,7 @@ int32_t GetTimeInfo(osa_time_service_t *info) {
         return kFailed;
     }
     Setting setting = read_setting();
-    time_t now = time(nullptr) + setting.distance;
+    auto now = static_cast<time_t>(time(nullptr) + setting.distance);
     tm local{};
     if (localtime_r(&now, &local) == nullptr) {
         return kFailed;

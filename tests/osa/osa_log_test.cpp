@@ -317,7 +317,7 @@ TEST_F(OsaLog, FileIsEmptiedAtItsLimit) {
     size_t before = 0;
     for (int i = 0; i < 100; i++) {
         print_log("m", 2, "%s\n", text.c_str());
-        size_t size = std::filesystem::file_size(kLogFile);
+        auto size = static_cast<size_t>(std::filesystem::file_size(kLogFile));
         largest = std::max(largest, size);
         cuts += size < before ? 1 : 0;
         before = size;
