@@ -150,9 +150,8 @@ Separators find_separators(std::string_view reply) {
 // What stands in quotation marks between two commas; empty when there is no room for the marks.
 // `opening` and `closing` are the positions of the commas.
 std::string_view quoted(std::string_view reply, size_t opening, size_t closing) {
-    return closing < opening + 3
-               ? std::string_view()
-               : std::string_view(reply.data() + opening + 2, closing - opening - 3);
+    size_t length = closing < opening + 3 ? 0 : closing - opening - 3;
+    return {length == 0 ? reply.data() : reply.data() + opening + 2, length};
 }
 
 // Takes `index`,"`number`",`type`,"`text`",`coding` apart by the positions of its separators. The
