@@ -72,8 +72,7 @@ std::string calls_of(Operation operation) {
 
 TEST(TableCalls, OneWriteAChangeAndNoneARead) {
     make_table(64, 100, 1);
-    TablePointer table = open_table();
-    ASSERT_EQ(mdbl_TableCreateIndex(table.get(), 1, compare_keys), MDBL_OK);
+    TablePointer table = open_indexed();
     auto insert = [&] { EXPECT_EQ(insert_key(table.get(), 64, 5), MDBL_OK); };
     auto update = [&] {
         auto nothing = [](void *, void *) { return 0; };

@@ -46,16 +46,6 @@ int32_t set_text(MDBL_Table *table, uint32_t key, const char *text) {
         make_record(kSize, key).data(), const_cast<char *>(text));
 }
 
-int32_t delete_key(MDBL_Table *table, uint32_t key) {
-    return mdbl_TableDelete(table, 1, compare_keys, make_record(kSize, key).data());
-}
-
-TablePointer open_indexed() {
-    TablePointer table = open_table();
-    EXPECT_EQ(mdbl_TableCreateIndex(table.get(), 1, compare_keys), MDBL_OK);
-    return table;
-}
-
 // A table with the records 1 to 4, of which 2 was deleted.
 void prepare(uint8_t preallocate) {
     mdbl_DropTable(kTablePath);
@@ -64,7 +54,7 @@ void prepare(uint8_t preallocate) {
     for (uint32_t key = 1; key <= 4; key++) {
         ASSERT_EQ(insert_key(table.get(), kSize, key, "old"), MDBL_OK);
     }
-    ASSERT_EQ(delete_key(table.get(), 2), MDBL_OK);
+    ASSERT_EQ(delete_key(table.get(), kSize, 2), MDBL_OK);
 }
 
 struct Operation {
@@ -84,8 +74,8 @@ int32_t insert_two(MDBL_Table *table) {
 const Operation kOperations[] = {
     {"insert into a gap", 1, true, [](MDBL_Table *t) { return insert_key(t, kSize, 5, "new"); }},
     {"insert into a gap and behind the end", 2, true, insert_two},
-    {"delete the first", 1, false, [](MDBL_Table *t) { return delete_key(t, 1); }},
-    {"delete the last", 1, false, [](MDBL_Table *t) { return delete_key(t, 4); }},
+    {"delete the first", 1, false, [](MDBL_Table *t) { return delete_key(t, kSize, 1); }},
+    {"delete the last", 1, false, [](MDBL_Table *t) { return delete_key(t, kSize, 4); }},
     {"update", 1, false, [](MDBL_Table *t) { return set_text(t, 3, "updated"); }},
     {"truncate", 1, false, [](MDBL_Table *t) { return mdbl_TableTruncate(t); }},
 };

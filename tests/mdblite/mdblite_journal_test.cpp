@@ -19,12 +19,6 @@ int32_t update_key(MDBL_Table *table, uint32_t key, char fill) {
         make_record(kSize, key).data(), &fill);
 }
 
-TablePointer open_indexed() {
-    TablePointer table = open_table();
-    EXPECT_EQ(mdbl_TableCreateIndex(table.get(), 1, compare_keys), MDBL_OK);
-    return table;
-}
-
 void prepare() {
     mdbl_JournalClose();
     unlink(kJournalPath);

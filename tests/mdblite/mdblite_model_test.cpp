@@ -27,14 +27,6 @@ std::string text_of(const void *record, uint16_t size) {
     return size > 4 ? std::string(text, strnlen(text, size - 5u)) : std::string();
 }
 
-int compare_keys_down(const void *a, const void *b) {
-    return compare_keys(b, a);
-}
-
-int compare_tens(const void *a, const void *b) {
-    return static_cast<int>(key_of(a) / 10) - static_cast<int>(key_of(b) / 10);
-}
-
 // How the indexes order two records, written down once more.
 using Order = bool (*)(uint32_t key1, const std::string &text1, uint32_t key2,
                        const std::string &text2);

@@ -130,16 +130,13 @@ TEST(TableFile, FlagsFollowEveryStep) {
     for (uint8_t preallocate : {uint8_t{0}, uint8_t{1}}) {
         SCOPED_TRACE(int{preallocate});
         make_table(8, 4, preallocate);
-        TablePointer table = open_table();
-        ASSERT_EQ(mdbl_TableCreateIndex(table.get(), 1, compare_keys), MDBL_OK);
+        TablePointer table = open_indexed();
         auto flags = [&] {
             Bytes all = file_flags();
             all.resize(4);
             return all;
         };
-        auto remove = [&](uint32_t key) {
-            return mdbl_TableDelete(table.get(), 1, compare_keys, make_record(8, key).data());
-        };
+        auto remove = [&](uint32_t key) { return delete_key(table.get(), 8, key); };
         EXPECT_EQ(flags(), (Bytes{2, 0, 0, 0}));
         EXPECT_EQ(insert_key(table.get(), 8, 10), MDBL_OK);
         EXPECT_EQ(flags(), (Bytes{3, 0, 0, 0}));
@@ -170,8 +167,7 @@ TEST(TableFile, FlagsFollowEveryStep) {
 
 TEST(TableFile, TruncationOfAnOpenTable) {
     make_table(16, 2000, 1);
-    TablePointer table = open_table();
-    ASSERT_EQ(mdbl_TableCreateIndex(table.get(), 1, compare_keys), MDBL_OK);
+    TablePointer table = open_indexed();
     for (uint32_t key = 0; key < 1500; key++) {
         ASSERT_EQ(insert_key(table.get(), 16, key), MDBL_OK);
     }
@@ -312,8 +308,7 @@ TEST(TableCache, ACommitBeforeTheEndIsSeen) {
 // every record that is inserted later.
 TEST(TableCache, TheBlockOfTheEndMarkOutlivesItsRecords) {
     make_table(1024, 64, 0);
-    TablePointer table = open_table();
-    ASSERT_EQ(mdbl_TableCreateIndex(table.get(), 1, compare_keys), MDBL_OK);
+    TablePointer table = open_indexed();
     std::map<uint32_t, void *> pointers;
     for (uint32_t key = 0; key < 40; key++) {
         ASSERT_EQ(mdbl_TableInsert(table.get(), make_record(1024, key).data(), &pointers[key]),
@@ -321,8 +316,7 @@ TEST(TableCache, TheBlockOfTheEndMarkOutlivesItsRecords) {
     }
     auto remove = [&](uint32_t from, uint32_t to) {
         for (uint32_t key = from; key < to; key++) {
-            ASSERT_EQ(mdbl_TableDelete(table.get(), 1, compare_keys, make_record(1024, key).data()),
-                      MDBL_OK);
+            ASSERT_EQ(delete_key(table.get(), 1024, key), MDBL_OK);
         }
     };
     remove(32, 40);
@@ -347,14 +341,12 @@ TEST(TableCache, TheBlockOfTheEndMarkOutlivesItsRecords) {
 // A partly used last block must not make the store write behind the last slot.
 TEST(TableCache, FreeSlotsOfAFreedBlockAreFoundBehindAPartlyUsedLastOne) {
     make_table(1024, 20, 1);
-    TablePointer table = open_table();
-    ASSERT_EQ(mdbl_TableCreateIndex(table.get(), 1, compare_keys), MDBL_OK);
+    TablePointer table = open_indexed();
     for (uint32_t key = 0; key < 20; key++) {
         ASSERT_EQ(insert_key(table.get(), 1024, key), MDBL_OK);
     }
     for (uint32_t key = 0; key < 16; key++) {
-        ASSERT_EQ(mdbl_TableDelete(table.get(), 1, compare_keys, make_record(1024, key).data()),
-                  MDBL_OK);
+        ASSERT_EQ(delete_key(table.get(), 1024, key), MDBL_OK);
     }
     EXPECT_EQ(mdbl_TableGetFirstEmptySlotIndex(table.get()), 1u);
     EXPECT_EQ(insert_key(table.get(), 1024, 50), MDBL_OK);

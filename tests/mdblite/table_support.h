@@ -79,6 +79,22 @@ inline int compare_keys(const void *a, const void *b) {
     return left < right ? -1 : left > right;
 }
 
+inline int compare_keys_down(const void *a, const void *b) {
+    return compare_keys(b, a);
+}
+
+// Coarser: calls ten keys equal.
+inline int compare_tens(const void *a, const void *b) {
+    return static_cast<int>(key_of(a) / 10) - static_cast<int>(key_of(b) / 10);
+}
+
+// The whole table with an index over its keys as number 1.
+inline TablePointer open_indexed() {
+    TablePointer table = open_table();
+    EXPECT_EQ(mdbl_TableCreateIndex(table.get(), 1, compare_keys), MDBL_OK);
+    return table;
+}
+
 inline int32_t insert_key(MDBL_Table *table, uint16_t size, uint32_t key,
                           const std::string &text = "") {
     return mdbl_TableInsert(table, make_record(size, key, text).data(), nullptr);
@@ -100,17 +116,34 @@ inline Bytes file_flags(const std::string &path = kTablePath) {
     return flags;
 }
 
-// The keys of the valid records, in the order of the slots.
-inline std::vector<uint32_t> keys_in_slots(MDBL_Table *table) {
+// The keys of all records, in the order of an index or, for number 0, of the slots.
+inline std::vector<uint32_t> keys_in_order(MDBL_Table *table, uint32_t number) {
     std::vector<uint32_t> keys;
-    mdbl_TableEnumerate(
-        table, 0,
-        [](void *record, void *argument) {
-            static_cast<std::vector<uint32_t> *>(argument)->push_back(key_of(record));
-            return 1;
-        },
-        &keys);
+    auto collect = [](void *record, void *argument) {
+        static_cast<std::vector<uint32_t> *>(argument)->push_back(key_of(record));
+        return 1;
+    };
+    EXPECT_EQ(mdbl_TableEnumerate(table, number, collect, &keys), MDBL_OK);
     return keys;
+}
+
+inline std::vector<uint32_t> keys_in_slots(MDBL_Table *table) {
+    return keys_in_order(table, 0);
+}
+
+// The keys of a set's entries.
+inline std::vector<uint32_t> keys_of(MDBL_RecordSet *set) {
+    std::vector<uint32_t> keys;
+    for (uint32_t i = 0; i < mdbl_RSSize(set); i++) {
+        void *record = nullptr;
+        EXPECT_EQ(mdbl_RSGetAt(set, i, MDBL_READ_POINTER, &record), MDBL_OK);
+        keys.push_back(key_of(record));
+    }
+    return keys;
+}
+
+inline int32_t delete_key(MDBL_Table *table, uint16_t size, uint32_t key) {
+    return mdbl_TableDelete(table, 1, compare_keys, make_record(size, key).data());
 }
 
 }  // namespace hearth::test
