@@ -20,12 +20,15 @@ alignas(16) inline constexpr uint32_t kSha256Roots[64] = {
     0x19a4c116, 0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a, 0x5b9cca4f, 0x682e6ff3,
     0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208, 0x90befffa, 0xa4506ceb, 0xbef9a3f7, 0xc67178f2};
 
-// One round on the eight working words; the caller turns their names.
-[[gnu::always_inline]] inline void sha256_round(uint32_t a, uint32_t b, uint32_t c, uint32_t &d,
-                                                uint32_t e, uint32_t f, uint32_t g, uint32_t &h,
-                                                uint32_t word) {
+// One round on the eight working words; the caller turns their names. `b_or_c` holds the bits in
+// which b and c differ, which are those in which a and b differed a round ago.
+[[gnu::always_inline]] inline void sha256_round(uint32_t a, uint32_t b, uint32_t &b_or_c,
+                                                uint32_t &d, uint32_t e, uint32_t f, uint32_t g,
+                                                uint32_t &h, uint32_t word) {
     uint32_t choice = ((f ^ g) & e) ^ g;
-    uint32_t majority = (a & b) ^ ((a ^ b) & c);
+    uint32_t a_or_b = a ^ b;
+    uint32_t majority = (a_or_b & b_or_c) ^ b;
+    b_or_c = a_or_b;
     h += word + choice + (std::rotr(e, 6) ^ std::rotr(e, 11) ^ std::rotr(e, 25));
     d += h;
     h += majority + (std::rotr(a, 2) ^ std::rotr(a, 13) ^ std::rotr(a, 22));
@@ -51,11 +54,12 @@ inline void sha256_blocks_portable(uint32_t *state, const uint8_t *data, size_t 
         for (size_t i = 0; i < 8; i++) {
             v[i] = state[i];
         }
+        uint32_t b_or_c = v[1] ^ v[2];
         for (size_t first = 0; first < 64; first += 16) {
 #pragma GCC unroll 16
             for (size_t i = 0; i < 16; i++) {
-                sha256_round(v[-i & 7], v[(1 - i) & 7], v[(2 - i) & 7], v[(3 - i) & 7],
-                             v[(4 - i) & 7], v[(5 - i) & 7], v[(6 - i) & 7], v[(7 - i) & 7],
+                sha256_round(v[-i & 7], v[(1 - i) & 7], b_or_c, v[(3 - i) & 7], v[(4 - i) & 7],
+                             v[(5 - i) & 7], v[(6 - i) & 7], v[(7 - i) & 7],
                              words[i] + kSha256Roots[first + i]);
                 if (first < 48) {
                     sha256_expand(words, i);
