@@ -410,7 +410,7 @@ void read_file(benchmark::State &state) {
 BENCHMARK(read_file);
 
 // What one sync of one byte costs on the disk under the working directory: a journalled update
-// has three of them.
+// has four of them.
 void disk_sync(benchmark::State &state) {
     int fd = open("mdblite_bench.tmp", O_RDWR | O_CREAT | O_TRUNC, 0644);
     require(fd >= 0);

@@ -88,8 +88,11 @@ int32_t journalWrite(const MDBL_JournalRecord &record) {
     return MDBL_OK;
 }
 
+// Synced, too: an entry that came back after a power cut would be replayed over what has been
+// written to its place since, or together with parts of the next record.
 int32_t journalInvalidate(uint8_t byte) {
-    return write_whole(g_stream, 0, &byte, 1);
+    bool done = write_whole(g_stream, 0, &byte, 1) == MDBL_OK && sync_stream(g_stream);
+    return done ? MDBL_OK : MDBL_ERR_GENERAL;
 }
 
 // Writes what the journal holds into its table.
