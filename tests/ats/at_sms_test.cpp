@@ -332,12 +332,12 @@ TEST(AtSms, FailuresAreLogged) {
     at_cmgr_msg message{};
     at_cpms_media media{};
     struct {
-        std::string name, level;
+        std::string name;
         std::function<int32_t()> call;
     } const rows[] = {
-        {"cmgs", "4 ", [&] { return AT_Cmgs(&request, &reply); }},
-        {"cmgw", "4 ", [&] { return AT_Cmgw(&request, &reply); }},
-        {"cmgr", "4 ", [&] { return AT_Cmgr(&message); }},
+        {"cmgs", [&] { return AT_Cmgs(&request, &reply); }},
+        {"cmgw", [&] { return AT_Cmgw(&request, &reply); }},
+        {"cmgr", [&] { return AT_Cmgr(&message); }},
     };
     for (const auto &row : rows) {
         LogCapture log;

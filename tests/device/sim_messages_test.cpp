@@ -244,7 +244,6 @@ TEST(SimPhonebook, NamesOfAnyBytesComeBackWhole) {
         EXPECT_EQ(info.index, 2u);
         EXPECT_EQ(info.type, 145u);
         EXPECT_STREQ(info.number, "+15550123");
-        // A name without a zero byte is read as text, which its own quotation marks take apart.
         EXPECT_EQ(std::string(info.text, info.text_length), name);
         EXPECT_EQ(info.coding, 2u);
     }
