@@ -40,10 +40,15 @@ int32_t write_inserted(MDBL_Table *table, uint32_t slot, uint8_t *previous, cons
     return MDBL_ERR_GENERAL;
 }
 
-// Changes the block's bytes in the table file and then in memory.
+// Changes a part of a record in the table file and then in memory.
 int32_t write_updated(MDBL_Table *table, uint8_t *record, uint32_t file_offset, const uint8_t *data,
                       uint32_t offset, uint32_t length) {
-    if (write_at(table->stream, file_offset, data + offset, length) != length) {
+    size_t written = write_at(table->stream, file_offset, data + offset, length);
+    if (written != length) {
+        // What went is put back, so that the file holds one record and not parts of two.
+        if (written > 0) {
+            write_at(table->stream, file_offset, record + offset, written);
+        }
         return MDBL_ERR_GENERAL;
     }
     memcpy(record + offset, data + offset, length);
