@@ -62,6 +62,8 @@ std::string tame(const uint8_t *data, size_t size) {
         header.data_len =
             header.data_len >> 28 == 15 ? header.data_len | 0x80000000 : header.data_len & 0xfff;
         header.ack_len &= 0xffff;
+        // Whether an event carries buffers is agreed between the modules; a handler cannot tell.
+        header.ex_flag |= header.des_mid == 20 ? 1 : 0;
         memcpy(&stream[at], &header, sizeof header);
         at += sizeof header + (header.data_len & 0x7fffffff);
     }
