@@ -21,7 +21,7 @@ int main(int count, char **arguments) {
     uint32_t quoted_length = sizeof quoted - 2;
     uint32_t back_length = ROOM - 1;
     uint32_t utf8_length = sizeof utf8 - 1;
-    if (cl_utf8ToUCS2((const uint8_t *)text, (uint32_t)strlen(text), wide, &length) != 0 ||
+    if (cl_utf8ToUCS2(text, (uint32_t)strlen(text), wide, &length) != 0 ||
         cl_encodeData(&coding, wide, length, quoted, &quoted_length, &profile) != 0) {
         fputs("not a text that an AT command can carry\n", stderr);
         return 1;
@@ -29,7 +29,7 @@ int main(int count, char **arguments) {
     printf("%s as %s\n", quoted, kCodings[coding]);
     /* Without the two quotation marks. */
     if (cl_decodeData(coding, quoted + 1, quoted_length - 2, back, &back_length) != 0 ||
-        cl_ucs2ToUTF8(back, back_length, (uint8_t *)utf8, &utf8_length) != 0) {
+        cl_ucs2ToUTF8(back, back_length, utf8, &utf8_length) != 0) {
         fputs("the quoted text cannot be read back\n", stderr);
         return 1;
     }
