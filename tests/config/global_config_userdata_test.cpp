@@ -103,6 +103,17 @@ TEST(UserData, StatesFoundAtStartUp) {
     }
 }
 
+TEST(UserData, ACutOffTreeThatCannotBeWalkedIsNotSwappedIn) {
+    make_factory();
+    write_text(kStartFlag, "");
+    fs::create_directories(kNextTree);
+    LogCapture log;
+    hearth::test::arm_fault(hearth::test::Fault::kFail, hearth::test::kOpens, 1);
+    EXPECT_EQ(cl_copy_default_2_userdata(), 0);
+    EXPECT_TRUE(hearth::test::disarm_fault());
+    EXPECT_EQ(tree_of(kUserTree), with_flag(kFactory));
+}
+
 TEST(UserData, SwapTakesTheNextFreeNumberAndTheRemoverTakesAllOfThem) {
     make_factory();
     for (const char *name : {"userdata2/x", "userdata3/x", "userdata9", "userdata/top", "user/x",

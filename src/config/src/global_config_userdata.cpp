@@ -55,7 +55,9 @@ bool locate(Path &path, const char *logical) {
 
 // The last copy was cut off: what it made goes.
 void remove_cut_off_tree(const char *tree) {
-    if (remove_files(tree) != 0 || osa_remove(tree) != 1) {
+    // Both are tried: a tree that cannot be walked may be empty, and then it can still go.
+    bool emptied = remove_files(tree) == 0;
+    if (osa_remove(tree) != 1 || !emptied) {
         HEARTH_LOG(OSA_LOG_ERROR, "remove path (%s) failed!\n", tree);
     }
 }
