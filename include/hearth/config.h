@@ -135,6 +135,12 @@ HEARTH_API int32_t cfg_set_config(const char *directory, const char *item, const
 HEARTH_API int32_t set_config(const char *directory, const char *item, const char *value);
 HEARTH_API int32_t cl_set_config(const char *directory, const char *item, const char *value);
 
+/*
+ * Makes a directory and those above it. Returns 1 when it is there afterwards, 0 on failure.
+ *   path  path on the disk, under 256 bytes
+ */
+HEARTH_API int32_t cfg_recursively_mkdir(const char *path);
+
 /* --- The user data tree: start-up and factory restore --- */
 
 /*

@@ -101,7 +101,4 @@ class Path {
 // with the length needed when the buffer is too small or null.
 int32_t hand_out(std::string_view text, char *out, uint32_t *length);
 
-// Makes a directory and those above it. 1 for success, 0 for failure.
-int32_t cfg_recursively_mkdir(const char *path);
-
 }  // namespace hearth::config

@@ -37,19 +37,15 @@ XML_Node *provide_child(XML_Node *parent, const char *name) {
 }
 
 // The node that an item name stands for, made as far as it is missing. The first name of a dotted
-// item stands for the root and is not looked at. NULL when a node cannot be made.
-XML_Node *provide_item(XML_Node *root, const char *item) {
+// item stands for the root and is not looked at. The text is cut up. NULL when a node cannot be
+// made.
+XML_Node *provide_item(XML_Node *root, char *item) {
     if (strchr(item, '.') == nullptr) {
         return provide_child(root, item);
     }
-    hearth::HeapBlock<char> copy(strdup(item));
-    if (!copy) {
-        HEARTH_LOG(OSA_LOG_ERROR, "[config] malloc failed!\n");
-        return nullptr;
-    }
     XML_Node *node = root;
     char *rest = nullptr;
-    char *name = strtok_r(copy.get(), ".", &rest);
+    char *name = strtok_r(item, ".", &rest);
     while (node != nullptr && name != nullptr &&
            (name = strtok_r(nullptr, ".", &rest)) != nullptr) {
         node = provide_child(node, name);
@@ -80,9 +76,10 @@ int32_t save(const XML_Node *root, const char *path) {
 
 }  // namespace
 
-namespace hearth::config {
-
 int32_t cfg_recursively_mkdir(const char *path) {
+    if (path == nullptr) {
+        return 0;
+    }
     HEARTH_LOG(OSA_LOG_ERROR, "stating dir (%s) \n", path);
     osa_stat_t status;
     if (osa_stat(path, &status) == 0) {
@@ -99,7 +96,7 @@ int32_t cfg_recursively_mkdir(const char *path) {
         return osa_mkdir(path);
     }
     char parent[kPathSize];
-    copy_text(parent, std::string_view(path, static_cast<size_t>(slash - path)));
+    hearth::copy_text(parent, std::string_view(path, static_cast<size_t>(slash - path)));
     if (cfg_recursively_mkdir(parent) != 1 || osa_mkdir(path) != 1) {
         HEARTH_LOG(OSA_LOG_ERROR, "create dir %s failed!\n", path);
         return 0;
@@ -108,22 +105,21 @@ int32_t cfg_recursively_mkdir(const char *path) {
     return 1;
 }
 
-}  // namespace hearth::config
-
 int32_t set_config(const char *directory, const char *item, const char *value) {
     if (directory == nullptr || item == nullptr || value == nullptr) {
         HEARTH_LOG(OSA_LOG_ERROR, "input error\n");
         return CFG_BAD_INPUT;
     }
     Path path;
-    if (!path.allocated()) {
+    hearth::HeapBlock<char> names(strdup(item));
+    if (!path.allocated() || !names) {
         HEARTH_LOG(OSA_LOG_ERROR, "[config] malloc failed!\n");
         return CFG_INTERNAL;
     }
     if (!path.start(kUserData) || !path.append(directory).valid()) {
         return CFG_INTERNAL;
     }
-    if (!path.exists() && hearth::config::cfg_recursively_mkdir(path.text()) != 1) {
+    if (!path.exists() && cfg_recursively_mkdir(path.text()) != 1) {
         HEARTH_LOG(OSA_LOG_ERROR, "create dir %s failed!\n", path.text());
         return CFG_INTERNAL;
     }
@@ -135,7 +131,7 @@ int32_t set_config(const char *directory, const char *item, const char *value) {
         return CFG_INTERNAL;
     }
     // Required: the result is that of the save, also when the item could not be made.
-    if (XML_Node *node = provide_item(document.get(), item)) {
+    if (XML_Node *node = provide_item(document.get(), names.get())) {
         cl_xmlSetNode(node, nullptr, nullptr, value);
     }
     return save(document.get(), path.text());
