@@ -5,8 +5,12 @@
 
 #include "hearth/config.h"
 #include "support/config_tree.h"
+#include "support/faults.h"
 #include "support/log_capture.h"
 
+using hearth::test::arm_fault;
+using hearth::test::disarm_fault;
+using hearth::test::Fault;
 using hearth::test::kUserTree;
 using hearth::test::LogCapture;
 using hearth::test::read_text;
@@ -90,6 +94,21 @@ TEST(ConfigLookup, ASmallBufferEndsTheSearchWithTheLengthNeeded) {
     EXPECT_EQ(length, 7u);
     EXPECT_EQ(cfg_get_config("lan", "name", value, &length), CFG_OK);
     EXPECT_STREQ(value, "router");
+}
+
+TEST(ConfigLookup, WithoutMemoryForItsBuffersNoLayerAnswers) {
+    g_start_mode = 2;
+    write_config(kProduct + "lan", "<port>product</port>");
+    write_config(kCommon + "lan", "<port>common</port>");
+    ASSERT_EQ(lookup("port"), (Answer{CFG_OK, "product"}));
+    for (int n : {1, 2}) {
+        LogCapture log;
+        arm_fault(Fault::kFail, hearth::test::kAllocations, n);
+        EXPECT_EQ(lookup("port"), (Answer{CFG_INTERNAL, "untouched"})) << n;
+        EXPECT_TRUE(disarm_fault());
+        EXPECT_EQ(log.texts().back(), "2 [config] malloc failed!\n");
+    }
+    EXPECT_EQ(lookup("port"), (Answer{CFG_OK, "product"}));
 }
 
 TEST(ConfigLookup, OperatorPrefixShortensToTheOneThatAnswers) {
@@ -180,6 +199,21 @@ TEST(ConfigPath, FullPathClearsTheWholeBufferAndCutsToItsSize) {
     std::string endless(400, 'd');
     EXPECT_EQ(cfg_get_full_path("/", endless.c_str(), "x", out, 256), CFG_NO_FILE);
     EXPECT_EQ(lookup("item", endless).result, CFG_INTERNAL);
+}
+
+TEST(ConfigPath, FullPathUsesAllOfItsRoom) {
+    // A base that lies below the web root already is taken as it is.
+    std::string base = "/app/webroot/";
+    base.append(229, 'd').append("/");
+    for (const char *file : {"f.xml", "longer.xml"}) {
+        const std::string path = base + "lan/" + file;
+        write_text(path, "x");
+        char out[256] = "";
+        bool fits = path.size() < sizeof out;
+        EXPECT_EQ(cfg_get_full_path(base.c_str(), "lan", file, out, sizeof out),
+                  fits ? CFG_OK : CFG_NO_FILE);
+        EXPECT_EQ(out, fits ? path : "");
+    }
 }
 
 TEST(ConfigPath, ConfigPathTakesTheOperatorsFileAndThenTheCommonOne) {
@@ -277,6 +311,29 @@ TEST(ConfigWrite, ReplacesAFileThatIsNoDocument) {
     LogCapture log;
     EXPECT_EQ(cfg_set_config("file/lan", "port", "80"), CFG_INTERNAL);
     EXPECT_EQ(log.texts().back(), "2 create dir " + kUserTree + "file/lan failed!\n");
+}
+
+TEST(ConfigWrite, WithoutMemoryForTheItemsNameNothingIsWritten) {
+    ASSERT_EQ(cfg_set_config("lan", "config.dhcp.start", "100"), 0);
+    const std::string before = read_text(kUserTree + "lan/config.xml");
+    LogCapture log;
+    arm_fault(Fault::kFail, hearth::test::kAllocations, 2);
+    EXPECT_EQ(cfg_set_config("lan", "config.dhcp.start", "101"), CFG_INTERNAL);
+    EXPECT_TRUE(disarm_fault());
+    EXPECT_EQ(log.texts(), (std::vector<std::string>{"2 [config] malloc failed!\n"}));
+    EXPECT_EQ(read_text(kUserTree + "lan/config.xml"), before);
+}
+
+TEST(ConfigWrite, MakesDirectoriesDownFromTheLastThatIsThere) {
+    LogCapture log;
+    EXPECT_EQ(cfg_recursively_mkdir("/data/a"), 1);
+    EXPECT_EQ(log.texts(),
+              (std::vector<std::string>{"2 stating dir (/data/a) \n", "2 stating dir (/data) \n",
+                                        "2 return from existing dir (/data)\n",
+                                        "2 mkdir /data/a success!\n"}));
+    EXPECT_EQ(cfg_recursively_mkdir("nowhere"), 0);
+    EXPECT_EQ(log.texts().back(), "2 no parent directory !\n");
+    EXPECT_EQ(cfg_recursively_mkdir(nullptr), 0);
 }
 
 TEST(ConfigWrite, ManyThreadsReadAndWriteWithoutATornValue) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/text.h"
 #include "hearth/osa_file.h"
 #include "hearth/osa_semaphore.h"
 
@@ -59,13 +60,15 @@ Path &Path::append_name(std::string_view name) {
 
 bool Path::start(std::string_view logical) {
     // osa_getfullpath puts up to 13 bytes in front and knows no limit of its own.
-    constexpr size_t kRoom = kPathSize - sizeof "/app/webroot/";
-    char copy[kPathSize];
-    valid_ = allocated() && logical.size() < kRoom;
+    char full[kPathSize + sizeof "/app/webroot/"];
+    valid_ = allocated() && logical.size() < kPathSize;
     if (valid_) {
-        memcpy(copy, logical.data(), logical.size());
-        copy[logical.size()] = '\0';
-        valid_ = osa_getfullpath(copy, text_.get()) == 0;
+        char copy[kPathSize];
+        copy_text(copy, logical);
+        valid_ = osa_getfullpath(copy, full) == 0 && strlen(full) < kPathSize;
+    }
+    if (valid_) {
+        copy_text(text_.get(), kPathSize, full);
     }
     return valid_;
 }

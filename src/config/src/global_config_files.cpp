@@ -70,20 +70,25 @@ int32_t empty_directory(const char *directory) {
     return 0;
 }
 
-// Makes the target of a tree's copy.
-void provide_target(const char *target) {
+// Makes the target of a tree's copy. False without memory; a target that cannot be made shows
+// with its first file.
+bool provide_target(const char *target) {
     Path path;
+    if (!path.allocated()) {
+        return false;
+    }
     // Required: a target without a "/" at its end leaves the path empty here.
     if (*target != '\0' && target[strlen(target) - 1] == '/') {
         path.append(target).cut_slash();
     }
     if (path.exists()) {
-        return;
+        return true;
     }
     HEARTH_LOG(OSA_LOG_INFO, "mkpath [%s]!\n", path.text());
     if (osa_mkdir(path.text()) != 1) {
         HEARTH_LOG(OSA_LOG_ERROR, "mkpath[%s] failed!\n", path.text());
     }
+    return true;
 }
 
 // Copies one entry of a directory. False ends the copy.
@@ -159,7 +164,9 @@ int32_t cfg_copy_dir(const char *source, const char *target) {
         HEARTH_LOG(OSA_LOG_ERROR, "input error\n");
         return -1;
     }
-    provide_target(target);
+    if (!provide_target(target)) {
+        return -1;
+    }
     OpenDirectory open(osa_opendir(source));
     if (!open) {
         HEARTH_LOG(OSA_LOG_ERROR, "open dir(%s) failed!\n", source);

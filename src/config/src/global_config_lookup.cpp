@@ -67,22 +67,28 @@ const XML_Node *find_item(const XML_Node *root, const char *item) {
                                         : cl_xmlFindNodeByName(root, item);
 }
 
-// The path of the first layer's file; false when there is none, which ends a lookup at once.
-bool first_layer(const Query &query, Path &path) {
-    if (!path.allocated()) {
+// The buffers of a lookup, made before the first layer is looked at: without memory no later layer
+// may answer in place of an earlier one.
+struct Buffers {
+    Path file;
+    Path base;
+
+    bool allocated() const {
+        if (file.allocated() && base.allocated()) {
+            return true;
+        }
         HEARTH_LOG(OSA_LOG_ERROR, "[config] malloc failed!\n");
         return false;
     }
+};
+
+// The path of the first layer's file; false when there is none, which ends a lookup at once.
+bool first_layer(const Query &query, Path &path) {
     uint32_t size = kPathSize;
     return cfg_get_userdata_path(query.directory, query.file, path.buffer(), &size) == CFG_OK;
 }
 
-int32_t look_in_product(const Query &query) {
-    Path path;
-    if (!path.allocated()) {
-        HEARTH_LOG(OSA_LOG_ERROR, "[config] malloc failed!\n");
-        return CFG_INTERNAL;
-    }
+int32_t look_in_product(const Query &query, Path &path) {
     uint32_t size = kPathSize;
     int32_t result = cfg_get_websdk_path(query.directory, query.file, path.buffer(), &size);
     return result != CFG_OK
@@ -90,12 +96,7 @@ int32_t look_in_product(const Query &query) {
                : cfg_local_get_config(path.text(), query.item, query.value, query.length);
 }
 
-int32_t look_in_common(const Query &query) {
-    Path path;
-    if (!path.allocated()) {
-        HEARTH_LOG(OSA_LOG_ERROR, "[config] malloc failed!\n");
-        return CFG_INTERNAL;
-    }
+int32_t look_in_common(const Query &query, Path &path) {
     int32_t result =
         cfg_get_full_path(kCommonConfig, query.directory, query.file, path.buffer(), kPathSize);
     if (result != CFG_OK) {
@@ -113,18 +114,18 @@ void settle_on(const char *prefix) {
     g_state.g_cfgiCustomFlag = 1;
 }
 
-// Tries the operator's directories from the longest prefix to the shortest. `probe` gets the path
-// of the file in each that has it and says whether that is the answer.
+// Tries the operator's directories from the longest prefix to the shortest. `probe` looks at the
+// file in each that has it, whose path then stands in `buffers.file`, and gives the result.
 template <typename Probe>
-int32_t search_operators(const char *what, const char *directory, const char *file, int32_t result,
-                         int32_t without_prefix, Probe probe) {
+int32_t search_operators(Buffers &buffers, const char *what, const char *directory,
+                         const char *file, int32_t result, int32_t without_prefix, Probe probe) {
+    Path &base = buffers.base;
     for (uint32_t n = kLongestPrefix; n >= kShortestPrefix; n--) {
         if (g_state.g_szImsi[0] == '\0') {
             HEARTH_LOG(OSA_LOG_INFO,
                        "skip finding config (%s) in imsi dir, continue find in common ...\n", what);
             return without_prefix;
         }
-        Path base;
         if (!base.start(kOperators)) {
             HEARTH_LOG(OSA_LOG_ERROR, "get full path failed\n");
             break;
@@ -133,13 +134,11 @@ int32_t search_operators(const char *what, const char *directory, const char *fi
         memcpy(prefix, g_state.g_szImsi, strnlen(g_state.g_szImsi, n));
         base.append(prefix);
         if (base.exists()) {
-            Path path;
             base.append(kOperatorConfig);
-            result = path.allocated()
-                         ? cfg_get_full_path(base.text(), directory, file, path.buffer(), kPathSize)
-                         : CFG_INTERNAL;
+            result =
+                cfg_get_full_path(base.text(), directory, file, buffers.file.buffer(), kPathSize);
             if (result == CFG_OK) {
-                result = probe(path.text());
+                result = probe();
             }
             if (ends_search(result)) {
                 settle_on(prefix);
@@ -156,14 +155,15 @@ int32_t search_operators(const char *what, const char *directory, const char *fi
 }
 
 // All four layers, with the lock held.
-int32_t look_in_all(const Query &query, const Path &first) {
-    int32_t result = cfg_local_get_config(first.text(), query.item, query.value, query.length);
+int32_t look_in_all(const Query &query, Buffers &buffers) {
+    const char *path = buffers.file.text();
+    int32_t result = cfg_local_get_config(path, query.item, query.value, query.length);
     if (ends_search(result)) {
         return result;
     }
     HEARTH_LOG(OSA_LOG_DEBUG, "cann't find config (%s) in (%s), continue find in websdk dir ...\n",
                query.item, query.directory);
-    result = look_in_product(query);
+    result = look_in_product(query, buffers.file);
     if (ends_search(result)) {
         return result;
     }
@@ -173,10 +173,9 @@ int32_t look_in_all(const Query &query, const Path &first) {
         cfg_get_imsi_value();
     }
     result = search_operators(
-        query.item, query.directory, query.file, result, result, [&](const char *path) {
-            return cfg_local_get_config(path, query.item, query.value, query.length);
-        });
-    return ends_search(result) ? result : look_in_common(query);
+        buffers, query.item, query.directory, query.file, result, result,
+        [&] { return cfg_local_get_config(path, query.item, query.value, query.length); });
+    return ends_search(result) ? result : look_in_common(query, buffers.file);
 }
 
 int32_t tell(const Query &query, int32_t result) {
@@ -276,8 +275,11 @@ int32_t cfg_get_file_config(const char *directory, const char *file, const char 
         lock.keep();
         return CFG_BAD_INPUT;
     }
-    Path first;
-    return first_layer(query, first) ? tell(query, look_in_all(query, first)) : CFG_INTERNAL;
+    Buffers buffers;
+    if (!buffers.allocated() || !first_layer(query, buffers.file)) {
+        return CFG_INTERNAL;
+    }
+    return tell(query, look_in_all(query, buffers));
 }
 
 int32_t cfg_get_config_common(const char *directory, const char *item, char *value,
@@ -287,12 +289,12 @@ int32_t cfg_get_config_common(const char *directory, const char *item, char *val
         return CFG_BAD_INPUT;
     }
     ConfigLock lock;
-    Path first;
-    if (!first_layer(query, first)) {
+    Buffers buffers;
+    if (!buffers.allocated() || !first_layer(query, buffers.file)) {
         return CFG_INTERNAL;
     }
-    int32_t result = cfg_local_get_config(first.text(), item, value, length);
-    return tell(query, ends_search(result) ? result : look_in_common(query));
+    int32_t result = cfg_local_get_config(buffers.file.text(), item, value, length);
+    return tell(query, ends_search(result) ? result : look_in_common(query, buffers.file));
 }
 
 int32_t cfg_get_websdk_config(const char *directory, const char *file, const char *item,
@@ -302,7 +304,8 @@ int32_t cfg_get_websdk_config(const char *directory, const char *file, const cha
         return CFG_BAD_INPUT;
     }
     ConfigLock lock;
-    return tell(query, look_in_product(query));
+    Buffers buffers;
+    return buffers.allocated() ? tell(query, look_in_product(query, buffers.file)) : CFG_INTERNAL;
 }
 
 int32_t cfg_get_full_path(const char *base, const char *directory, const char *file, char *out,
@@ -341,20 +344,17 @@ int32_t cfg_get_config_path(const char *directory, const char *file, char *out, 
     if (directory == nullptr || length == nullptr) {
         return CFG_BAD_INPUT;
     }
-    Path found;
-    if (!found.allocated()) {
-        HEARTH_LOG(OSA_LOG_ERROR, "[config] malloc failed!\n");
+    Buffers buffers;
+    if (!buffers.allocated()) {
         return CFG_INTERNAL;
     }
+    Path &found = buffers.file;
     if (follows_sim()) {
         cfg_get_imsi_value();
     }
     const char *name = file == nullptr ? kDefaultFile : file;
-    int32_t result =
-        search_operators(name, directory, file, CFG_NO_FILE, CFG_INTERNAL, [&](const char *path) {
-            memcpy(found.buffer(), path, strlen(path) + 1);
-            return CFG_OK;
-        });
+    int32_t result = search_operators(buffers, name, directory, file, CFG_NO_FILE, CFG_INTERNAL,
+                                      [] { return CFG_OK; });
     if (result != CFG_OK &&
         cfg_get_full_path(kCommonConfig, directory, file, found.buffer(), kPathSize) != CFG_OK) {
         return CFG_NO_FILE;
