@@ -37,6 +37,9 @@ constexpr struct {
 // A request for unread messages names another command and awaits this.
 constexpr const char *kUnreadMessages = "^CMGI:";
 
+// Lists whose entries all go into the response of a request for one line.
+constexpr const char *kStoredLists[] = {"^APPROFALL", "^APIPRDALL", "^APPFRALL", "^APPTRALL"};
+
 // A failure without text.
 constexpr int32_t kRetNothing = 1;
 
@@ -56,7 +59,9 @@ bool starts_with(const std::string &text, const char *head) {
 
 // The response text: every line for a multi-line request, else the line that the caller wants.
 std::string response_text(const at_server_msg &message, const Reply &reply) {
-    if (message.multi_line == 0 && !match_of(message).empty()) {
+    bool list = std::find(std::begin(kStoredLists), std::end(kStoredLists), match_of(message)) !=
+                std::end(kStoredLists);
+    if (message.multi_line == 0 && !match_of(message).empty() && !list) {
         for (size_t i = 0; i < reply.lines.size(); i++) {
             if (reply.lines[i].find(match_of(message)) != std::string::npos) {
                 // A PDU or a raw body, which may hold any byte, stands on the line behind its

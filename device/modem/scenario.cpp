@@ -1,101 +1,14 @@
 #include "scenario.h"
 
-#include <toml++/toml.h>
+#include <arpa/inet.h>
+
 #include <algorithm>
-#include <set>
+
+#include "scenario_table.h"
 
 namespace hearth::device {
 
 namespace {
-
-// Reads the keys of one table and, at the end, refuses those that nobody asked for.
-class TableReader {
-  public:
-    TableReader(std::string path, const toml::table &table, std::string name)
-        : path_(std::move(path)), table_(table), name_(std::move(name)) {}
-
-    template <typename T>
-    TableReader &get(const char *key, T *value) {
-        known_.insert(key);
-        if (const toml::node *node = table_.get(key)) {
-            read(*node, key, value);
-        }
-        return *this;
-    }
-
-    // Allows a key that is read elsewhere.
-    TableReader &allow(const char *key) {
-        known_.insert(key);
-        return *this;
-    }
-
-    void done() const {
-        for (const auto &[key, node] : table_) {
-            std::string name(key.str());
-            if (known_.count(name) == 0) {
-                fail(key.source(), "[" + name_ + "] has no key \"" + name + "\"");
-            }
-        }
-    }
-
-    [[noreturn]] void fail(const toml::source_region &where, const std::string &what) const {
-        throw ScenarioError(path_ + ":" + std::to_string(where.begin.line) + ": " + what);
-    }
-
-  private:
-    void read(const toml::node &node, const char *key, std::string *value) const {
-        auto text = node.value_exact<std::string>();
-        if (!text) {
-            fail(node.source(), std::string("\"") + key + "\" wants a text in quotation marks");
-        }
-        *value = *text;
-    }
-
-    void read(const toml::node &node, const char *key, bool *value) const {
-        auto flag = node.value_exact<bool>();
-        if (!flag) {
-            fail(node.source(), std::string("\"") + key + "\" wants true or false");
-        }
-        *value = *flag;
-    }
-
-    void read(const toml::node &node, const char *key, int *value) const {
-        auto number = node.value_exact<int64_t>();
-        if (!number || *number < INT32_MIN || *number > INT32_MAX) {
-            fail(node.source(), std::string("\"") + key + "\" wants a whole number");
-        }
-        *value = static_cast<int>(*number);
-    }
-
-    void read(const toml::node &node, const char *key, std::chrono::milliseconds *value) const {
-        auto seconds = node.value<double>();
-        if (!seconds || *seconds < 0 || *seconds > 1e6) {
-            fail(node.source(), std::string("\"") + key + "\" wants seconds, 0 or more");
-        }
-        *value = std::chrono::milliseconds(static_cast<int64_t>(*seconds * 1000));
-    }
-
-    void read(const toml::node &node, const char *key, std::vector<std::string> *value) const {
-        const toml::array *array = node.as_array();
-        if (array == nullptr) {
-            fail(node.source(), std::string("\"") + key + "\" wants a list of texts");
-        }
-        value->clear();
-        for (const toml::node &element : *array) {
-            read(element, key, &value->emplace_back());
-        }
-    }
-
-    template <typename T>
-    void read(const toml::node &node, const char *key, std::optional<T> *value) const {
-        read(node, key, &value->emplace());
-    }
-
-    std::string path_;
-    const toml::table &table_;
-    std::string name_;
-    std::set<std::string> known_;
-};
 
 class ScenarioReader {
   public:
@@ -110,7 +23,8 @@ class ScenarioReader {
         }
         TableReader top(path_, root_, "top level");
         for (const char *key : {"modem", "sim", "network", "signal", "sms", "message", "phonebook",
-                                "contact", "operator", "refuse", "at"}) {
+                                "contact", "operator", "settings", "entry", "profile", "connection",
+                                "ussd", "toolkit", "menu", "battery", "refuse", "at"}) {
             top.allow(key);
         }
         top.done();
@@ -122,6 +36,14 @@ class ScenarioReader {
         list("message", [&](const toml::table &table) { read_message(table); });
         section("phonebook", [&](const toml::table &table) { read_phonebook(table); });
         list("contact", [&](const toml::table &table) { read_contact(table); });
+        section("settings", [&](const toml::table &table) { read_settings(table); });
+        list("entry", [&](const toml::table &table) { read_entry(table); });
+        list("profile", [&](const toml::table &table) { read_profile(table); });
+        section("connection", [&](const toml::table &table) { read_connection(table); });
+        list("ussd", [&](const toml::table &table) { read_ussd(table); });
+        section("toolkit", [&](const toml::table &table) { read_toolkit(table); });
+        list("menu", [&](const toml::table &table) { read_menu(table); });
+        section("battery", [&](const toml::table &table) { read_battery(table); });
         list("operator", [&](const toml::table &table) { read_operator(table); });
         list("refuse", [&](const toml::table &table) { read_refusal(table); });
         list("at", [&](const toml::table &table) { read_moment(table); });
@@ -170,6 +92,9 @@ class ScenarioReader {
             .get("hardware", &identity.hardware)
             .get("imei", &identity.imei)
             .get("serial", &identity.serial)
+            .get("meid", &identity.meid)
+            .get("esn", &identity.esn)
+            .get("software", &identity.software)
             .done();
     }
 
@@ -181,6 +106,9 @@ class ScenarioReader {
             .get("mnc_length", &sim->mnc_length)
             .get("numbers", &sim->numbers)
             .get("provider", &sim->provider)
+            .get("show_network", &sim->show_network)
+            .get("apns", &sim->apns)
+            .get("group", &sim->group)
             .get("lock", &sim->lock)
             .get("verified", &sim->verified)
             .get("pin", &sim->pin)
@@ -198,18 +126,38 @@ class ScenarioReader {
             .get("attached", &network.attached)
             .get("area", &network.area)
             .get("cell", &network.cell)
+            .get("zone", &network.zone)
+            .get("summer", &network.summer)
+            .get("tells_time", &network.tells_time)
+            .get("physical_cell", &network.physical_cell)
+            .get("band", &network.band)
+            .get("channel", &network.channel)
+            .get("bandwidth", &network.bandwidth)
+            .get("carriers", &network.carriers)
             .done();
     }
 
+    static bool is_rssi(int value) { return (value >= 0 && value <= 31) || value == 99; }
+
     void read_signal(const toml::table &table) {
         Signal &signal = state_.signal;
-        TableReader(path_, table, "signal")
-            .get("rssi", &signal.rssi)
+        TableReader reader(path_, table, "signal");
+        reader.get("rssi", &signal.rssi)
             .get("bit_errors", &signal.bit_errors)
             .get("rsrp", &signal.rsrp)
             .get("rsrq", &signal.rsrq)
             .get("sinr", &signal.sinr)
+            .get("rscp", &signal.rscp)
+            .get("ecio", &signal.ecio)
             .done();
+        if (!is_rssi(signal.rssi)) {
+            reader.fail(table.source(), "[signal] wants an \"rssi\" of 0 to 31, or 99");
+        }
+        for (int value : {signal.rsrp, signal.rsrq, signal.sinr, signal.rscp, signal.ecio}) {
+            if (value < -200 || value > 200) {
+                reader.fail(table.source(), "[signal] wants values of -200 to 200");
+            }
+        }
     }
 
     void read_sms(const toml::table &table) {
@@ -269,6 +217,150 @@ class ScenarioReader {
         contacts[static_cast<int>(contacts.size()) + 1] = contact;
     }
 
+    // The names of settings are the commands'.
+    void read_settings(const toml::table &table) {
+        TableReader reader(path_, table, "settings");
+        for (const std::string &name : setting_names()) {
+            std::optional<std::string> value;
+            reader.get(name.c_str(), &value);
+            if (value) {
+                state_.settings.values[name] = *value;
+            }
+        }
+        reader.done();
+    }
+
+    void read_entry(const toml::table &table) {
+        std::string list;
+        std::string value;
+        TableReader reader(path_, table, "[entry]");
+        reader.get("list", &list).get("value", &value).done();
+        if (!is_stored_list(list)) {
+            reader.fail(table.source(), "the modem stores no list \"" + list + "\"");
+        }
+        state_.settings.lists[list].push_back(value);
+    }
+
+    void read_profile(const toml::table &table) {
+        Profile profile;
+        profile.index = static_cast<int>(state_.profiles.size()) + 1;
+        TableReader(path_, table, "[profile]")
+            .get("index", &profile.index)
+            .get("name", &profile.name)
+            .get("apn", &profile.apn)
+            .get("username", &profile.username)
+            .get("password", &profile.password)
+            .get("auth", &profile.auth)
+            .get("read_only", &profile.read_only)
+            .done();
+        state_.profiles.push_back(profile);
+    }
+
+    void read_connection(const toml::table &table) {
+        Connection &connection = state_.connection;
+        TableReader reader(path_, table, "connection");
+        reader.get("apns", &connection.apns)
+            .get("apn", &connection.contexts[1].apn)
+            .get("type", &connection.contexts[1].type)
+            .get("address", &connection.address)
+            .get("mask", &connection.mask)
+            .get("gateway", &connection.gateway)
+            .get("primary_dns", &connection.primary_dns)
+            .get("secondary_dns", &connection.secondary_dns)
+            .get("address6", &connection.address6)
+            .get("gateway6", &connection.gateway6)
+            .get("prefix6", &connection.prefix6)
+            .get("primary_dns6", &connection.primary_dns6)
+            .get("secondary_dns6", &connection.secondary_dns6)
+            .get("mtu", &connection.mtu)
+            .get("prefix_seconds", &connection.prefix_seconds)
+            .get("downlink", &connection.downlink)
+            .get("uplink", &connection.uplink)
+            .get("sent_rate", &connection.sent_rate)
+            .get("received_rate", &connection.received_rate)
+            .done();
+        if (connection.sent_rate < 0 || connection.received_rate < 0) {
+            reader.fail(table.source(), "[connection] wants rates of 0 or more");
+        }
+        for (const std::string *address :
+             {&connection.address, &connection.mask, &connection.gateway, &connection.primary_dns,
+              &connection.secondary_dns}) {
+            in_addr parsed;
+            if (inet_pton(AF_INET, address->c_str(), &parsed) != 1) {
+                reader.fail(table.source(), "\"" + *address + "\" is no IPv4 address");
+            }
+        }
+    }
+
+    void read_ussd(const toml::table &table) {
+        UssdCode code;
+        TableReader reader(path_, table, "[ussd]");
+        reader.get("code", &code.code)
+            .get("answer", &code.answer)
+            .get("more", &code.more)
+            .get("inside", &code.inside)
+            .done();
+        if (code.code.empty()) {
+            reader.fail(table.source(), "[[ussd]] wants a \"code\"");
+        }
+        state_.ussd.codes.push_back(code);
+    }
+
+    void read_toolkit(const toml::table &table) {
+        TableReader reader(path_, table, "toolkit");
+        reader.get("mode", &state_.toolkit.mode)
+            .get("profile", &state_.toolkit.profile)
+            .get("timeout", &state_.toolkit.timeout)
+            .done();
+        if (state_.toolkit.mode < 0 || state_.toolkit.mode > 2) {
+            reader.fail(table.source(), "[toolkit] wants a \"mode\" of 0 to 2");
+        }
+    }
+
+    // Entries count up from 1 when they have no number.
+    void read_menu(const toml::table &table) {
+        constexpr std::pair<const char *, ToolkitKind> kKinds[] = {
+            {"text", kDisplayText}, {"input", kGetInput},        {"key", kGetInkey},
+            {"refresh", kRefresh},  {"browser", kLaunchBrowser},
+        };
+        ToolkitItem item;
+        item.id = static_cast<int>(state_.toolkit.items.size()) + 1;
+        std::string kind = "text";
+        TableReader reader(path_, table, "[menu]");
+        reader.get("id", &item.id)
+            .get("name", &item.name)
+            .get("help", &item.help)
+            .get("kind", &kind)
+            .get("text", &item.text)
+            .get("coding", &item.coding)
+            .get("minimum", &item.minimum)
+            .get("maximum", &item.maximum)
+            .get("offered", &item.offered)
+            .get("seconds", &item.seconds)
+            .get("then", &item.then)
+            .get("hidden", &item.hidden)
+            .done();
+        auto found = std::find_if(std::begin(kKinds), std::end(kKinds),
+                                  [&](const auto &row) { return kind == row.first; });
+        if (found == std::end(kKinds) || item.id < 1 || item.id > 255) {
+            reader.fail(table.source(),
+                        "[[menu]] wants an \"id\" of 1 to 255 and a \"kind\" of \"text\", "
+                        "\"input\", \"key\", \"refresh\" or \"browser\"");
+        }
+        item.kind = found->second;
+        state_.toolkit.items.push_back(item);
+    }
+
+    void read_battery(const toml::table &table) {
+        Battery &battery = state_.battery;
+        TableReader(path_, table, "battery")
+            .get("charging", &battery.charging)
+            .get("level", &battery.level)
+            .get("millivolts", &battery.millivolts)
+            .get("temperature", &battery.temperature)
+            .done();
+    }
+
     void read_operator(const toml::table &table) {
         Operator op;
         TableReader(path_, table, "[operator]")
@@ -286,6 +378,7 @@ class ScenarioReader {
         TableReader reader(path_, table, "[refuse]");
         reader.get("command", &refusal.command)
             .get("answer", &refusal.answer)
+            .get("lines", &refusal.lines)
             .get("silent", &refusal.silent)
             .get("delay", &refusal.delay)
             .get("times", &refusal.times)
@@ -312,6 +405,9 @@ class ScenarioReader {
             }
             moment.sim = state_.sim;
             read_sim(*node->as_table(), "at.sim", &*moment.sim);
+        }
+        if (moment.rssi && !is_rssi(*moment.rssi)) {
+            reader.fail(table.source(), "[[at]] wants an \"rssi\" of 0 to 31, or 99");
         }
         if (!moment.message.empty() && tpdu_length(moment.message) < 0) {
             reader.fail(table.source(), "\"message\" wants a PDU as hexadecimal text");

@@ -98,6 +98,10 @@ Reply plain_error() {
     return {{}, "ERROR"};
 }
 
+Reply outcome(int cme_code) {
+    return cme_code == 0 ? Reply{} : error(cme_code);
+}
+
 std::string format(const char *pattern, ...) {
     va_list values;
     va_start(values, pattern);

@@ -44,6 +44,16 @@ std::span<const SimHandler> network_handlers();
 std::span<const SimHandler> pin_handlers();
 std::span<const SimHandler> sms_handlers();
 std::span<const SimHandler> phonebook_handlers();
+std::span<const SimHandler> system_handlers();
+std::span<const SimHandler> signal_handlers();
+std::span<const SimHandler> name_handlers();
+std::span<const SimHandler> connection_handlers();
+std::span<const SimHandler> flow_handlers();
+std::span<const SimHandler> device_handlers();
+std::span<const SimHandler> setting_handlers();
+std::span<const SimHandler> file_handlers();
+std::span<const SimHandler> ussd_handlers();
+std::span<const SimHandler> toolkit_handlers();
 
 // Replies.
 Reply line_reply(std::string line);
@@ -51,6 +61,9 @@ Reply error(int cme_code);
 Reply sms_error(int cms_code);
 // The one answer of many commands to a form that they don't have: "ERROR".
 Reply plain_error();
+
+// "OK", or the error when it is not 0.
+Reply outcome(int cme_code);
 
 // printf into a string.
 std::string format(const char *pattern, ...) __attribute__((format(printf, 1, 2)));

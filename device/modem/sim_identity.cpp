@@ -7,6 +7,8 @@ namespace hearth::device {
 
 namespace {
 
+constexpr int kReset = 6;
+
 Reply manufacturer(SimState &state, const SimCommand &) {
     return line_reply(state.identity.manufacturer);
 }
@@ -43,6 +45,16 @@ Reply card_id(SimState &state, const SimCommand &) {
     return line_reply("^ICCID: " + state.sim.iccid);
 }
 
+// As after power-up: the card waits for its PIN again.
+void restart(SimState &state) {
+    hang_up(state);
+    state.sim.verified = false;
+    state.ussd.waiting = false;
+    state.toolkit.current = 0;
+    state.powered = std::chrono::steady_clock::now();
+    state.functionality = 1;
+}
+
 Reply functionality(SimState &state, const SimCommand &command) {
     if (command.form == Form::kQuery) {
         return line_reply(format("+CFUN: %d", state.functionality));
@@ -51,7 +63,11 @@ Reply functionality(SimState &state, const SimCommand &command) {
     if (command.form != Form::kSet || value < 0 || value > 7) {
         return plain_error();
     }
-    state.functionality = value == 6 ? 1 : value;
+    if (value == kReset) {
+        restart(state);
+    } else {
+        state.functionality = value;
+    }
     return {};
 }
 

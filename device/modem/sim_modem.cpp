@@ -3,7 +3,17 @@
 #include <algorithm>
 #include <utility>
 
+#include "sim_flow.h"
+
 namespace hearth::device {
+
+namespace {
+
+constexpr int kHome = 1;
+constexpr int kRoaming = 5;
+constexpr std::chrono::seconds kFlowReports{2};
+
+}  // namespace
 
 const Operator *Network::current() const {
     auto found = std::find_if(operators.begin(), operators.end(),
@@ -21,9 +31,31 @@ int SimState::card_error() const {
     return 0;
 }
 
-SimModem::SimModem(SimState state) : state_(std::move(state)), seen_(state_.sim) {
-    for (auto table : {identity_handlers(), network_handlers(), pin_handlers(), sms_handlers(),
-                       phonebook_handlers()}) {
+int SimState::registration() const {
+    return functionality == 1 && card_error() == 0 ? network.registration : 0;
+}
+
+int SimState::packet_registration() const {
+    return functionality == 1 && card_error() == 0 ? network.packet_registration : 0;
+}
+
+bool SimState::has_service() const {
+    return registration() == kHome || registration() == kRoaming;
+}
+
+const Operator *SimState::serving() const {
+    return has_service() ? network.current() : nullptr;
+}
+
+SimModem::SimModem(SimState state)
+    : state_(std::move(state)),
+      seen_(state_.sim),
+      seen_registration_{state_.registration(), state_.packet_registration()} {
+    // Settings first: a family's own row for a setting takes the place of the general one.
+    for (auto table : {setting_handlers(), identity_handlers(), network_handlers(), pin_handlers(),
+                       sms_handlers(), phonebook_handlers(), system_handlers(), signal_handlers(),
+                       name_handlers(), connection_handlers(), flow_handlers(), device_handlers(),
+                       file_handlers(), ussd_handlers(), toolkit_handlers()}) {
         for (const SimHandler &handler : table) {
             handlers_[handler.name] = &handler;
         }
@@ -49,11 +81,13 @@ Reply SimModem::run(const Command &command) {
 
 void SimModem::start(const Command &command, std::chrono::seconds /*timeout*/, Done done) {
     std::chrono::milliseconds delay{0};
-    std::string answer;
+    std::optional<Reply> given;
     if (Refusal *refusal = refusal_for(command.line)) {
         bool silent = refusal->silent;
         delay = refusal->delay;
-        answer = refusal->answer;
+        if (!refusal->answer.empty() || !refusal->lines.empty()) {
+            given = {refusal->lines, refusal->answer.empty() ? "OK" : refusal->answer};
+        }
         if (refusal->times > 0 && --refusal->times == 0) {
             state_.refusals.erase(state_.refusals.begin() + (refusal - state_.refusals.data()));
         }
@@ -61,8 +95,9 @@ void SimModem::start(const Command &command, std::chrono::seconds /*timeout*/, D
             return;
         }
     }
-    Reply reply = answer.empty() ? run(command) : Reply{{}, answer};
+    Reply reply = given ? *given : run(command);
     notice_card();
+    notice_service();
     if (delay.count() == 0) {
         done(reply);
     } else {
@@ -85,6 +120,9 @@ std::optional<Clock::time_point> SimModem::next_tick() const {
     for (const Late &late : late_) {
         next = next ? std::min(*next, late.due) : late.due;
     }
+    if (reports_flow()) {
+        next = next ? std::min(*next, next_flow_) : next_flow_;
+    }
     return next;
 }
 
@@ -103,6 +141,14 @@ void SimModem::tick() {
         late_.erase(late_.begin() + static_cast<std::ptrdiff_t>(i));
         late.done(late.reply);
     }
+    if (reports_flow() && next_flow_ <= now) {
+        next_flow_ = now + kFlowReports;
+        report(flow_report(state_.connection));
+    }
+}
+
+bool SimModem::reports_flow() const {
+    return state_.connection.dialled != 0 && state_.settings.number("^DSFLOWRPT") == 1;
 }
 
 void SimModem::apply(const Moment &moment) {
@@ -113,9 +159,6 @@ void SimModem::apply(const Moment &moment) {
     if (moment.registration) {
         state_.network.registration = *moment.registration;
         state_.network.packet_registration = *moment.registration;
-        if (state_.network.creg_mode > 0) {
-            report(format("+CREG: %d", *moment.registration));
-        }
     }
     if (moment.sim) {
         state_.sim = *moment.sim;
@@ -123,8 +166,9 @@ void SimModem::apply(const Moment &moment) {
     }
     if (!moment.message.empty()) {
         receive_message(state_, moment.message);
-        give_reports();
     }
+    notice_service();
+    give_reports();
     if (!moment.report.empty()) {
         report(moment.report);
     }
@@ -135,6 +179,8 @@ void SimModem::replace(SimState state) {
     begin_ = Clock::now();
     next_moment_ = 0;
     notice_card();
+    notice_service();
+    give_reports();
 }
 
 // Reports a card that was inserted, removed, locked, unlocked or swapped.
@@ -148,6 +194,28 @@ void SimModem::notice_card() {
     if (!same) {
         // 255: no card.
         report(format("^SIMST:%d", sim.inserted ? 1 : 255));
+    }
+}
+
+// Reports a registration that has changed, to whom asked for it, and ends the connection without
+// one.
+void SimModem::notice_service() {
+    std::array<int, 2> now = {state_.registration(), state_.packet_registration()};
+    bool service = state_.has_service();
+    if (!service) {
+        hang_up(state_);
+    }
+    auto was = std::exchange(seen_registration_, now);
+    const Network &network = state_.network;
+    if (was[0] != now[0] && network.creg_mode > 0) {
+        state_.reports.push_back(format("+CREG: %d", now[0]));
+    }
+    if (was[1] != now[1] && network.cgreg_mode > 0) {
+        state_.reports.push_back(format("+CGREG: %d", now[1]));
+    }
+    bool served = was[0] == kHome || was[0] == kRoaming;
+    if (served != service && state_.settings.number("^SRVST") == 1) {
+        state_.reports.push_back(format("^SRVST:%d", service ? 2 : 0));
     }
 }
 

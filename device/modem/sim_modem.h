@@ -36,9 +36,14 @@ class SimModem : public Modem {
     void apply(const Moment &moment);
     void give_reports();
     void notice_card();
+    void notice_service();
+    bool reports_flow() const;
 
     SimState state_;
     Sim seen_;
+    // Circuit and packet domain.
+    std::array<int, 2> seen_registration_;
+    Clock::time_point next_flow_;
     std::map<std::string_view, const SimHandler *> handlers_;
     Clock::time_point begin_ = Clock::now();
     std::deque<Late> late_;

@@ -9,11 +9,6 @@ namespace hearth::device {
 
 namespace {
 
-bool has_service(const SimState &state) {
-    return state.functionality == 1 &&
-           (state.network.registration == 1 || state.network.registration == 5);
-}
-
 // "+CREG" and "+CGREG" are one command with two states.
 Reply registration_reply(const SimCommand &command, const Network &network, int status, int *mode) {
     if (command.form == Form::kTest) {
@@ -35,12 +30,12 @@ Reply registration_reply(const SimCommand &command, const Network &network, int 
 }
 
 Reply creg(SimState &state, const SimCommand &command) {
-    return registration_reply(command, state.network, state.network.registration,
+    return registration_reply(command, state.network, state.registration(),
                               &state.network.creg_mode);
 }
 
 Reply cgreg(SimState &state, const SimCommand &command) {
-    return registration_reply(command, state.network, state.network.packet_registration,
+    return registration_reply(command, state.network, state.packet_registration(),
                               &state.network.cgreg_mode);
 }
 
@@ -52,13 +47,17 @@ Reply attach(SimState &state, const SimCommand &command) {
             if (command.number(0) != 0 && command.number(0) != 1) {
                 return error(kOperationNotSupported);
             }
-            if (!has_service(state)) {
+            if (!state.has_service()) {
                 return error(kNoNetworkService);
             }
             state.network.attached = command.number(0) == 1;
+            if (!state.network.attached) {
+                hang_up(state);
+            }
             return {};
         default:
-            return line_reply(format("+CGATT: %d", state.network.attached ? 1 : 0));
+            return line_reply(
+                format("+CGATT: %d", state.has_service() && state.network.attached ? 1 : 0));
     }
 }
 
@@ -115,7 +114,7 @@ Reply cops(SimState &state, const SimCommand &command) {
     if (command.form == Form::kSet) {
         return select_operator(state, command);
     }
-    const Operator *current = has_service(state) ? state.network.current() : nullptr;
+    const Operator *current = state.serving();
     if (current == nullptr) {
         return line_reply(format("+COPS: %d", state.network.selection_mode));
     }
@@ -125,7 +124,7 @@ Reply cops(SimState &state, const SimCommand &command) {
 }
 
 Reply csq(SimState &state, const SimCommand &) {
-    int rssi = has_service(state) ? state.signal.rssi : 99;
+    int rssi = state.has_service() ? state.signal.rssi : 99;
     return line_reply(format("+CSQ: %d,%d", rssi, state.signal.bit_errors));
 }
 

@@ -48,10 +48,6 @@ int unblock(Sim &sim, const std::string &puk, const std::string &new_pin) {
     return 0;
 }
 
-Reply outcome(int code) {
-    return code == 0 ? Reply{} : error(code);
-}
-
 Reply enter(Sim &sim, const SimCommand &command) {
     if (!sim.lock || sim.verified) {
         return error(kOperationNotAllowed);

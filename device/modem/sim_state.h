@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "sim_services.h"
+
 namespace hearth::device {
 
 // 3GPP TS 27.007, 9.2: the error numbers that the simulated modem gives.
@@ -33,6 +35,9 @@ struct Identity {
     std::string hardware = "DM1";
     std::string imei = "490154203237518";
     std::string serial = "HD00000001";
+    std::string meid = "A0000012345678";
+    std::string esn = "2147483647";
+    std::string software = "21.100.03.00.00";
 };
 
 struct Sim {
@@ -42,6 +47,13 @@ struct Sim {
     int mnc_length = 2;
     std::vector<std::string> numbers;
     std::string provider = "Test Network";
+    // Whether the registered network's name is to be shown as well.
+    bool show_network = true;
+    // The access point names of EF ACL, and EF GID1 in hexadecimal.
+    std::vector<std::string> apns;
+    std::string group = "FF";
+    // Other transparent files, in hexadecimal, and what was written to those above.
+    std::map<int, std::string> files;
     // The card waits for this PIN after power-up when the lock is on.
     bool lock = false;
     bool verified = false;
@@ -72,6 +84,16 @@ struct Network {
     int cgreg_mode = 0;
     int selection_mode = 0;
     int name_format = 0;
+    // Quarter hours from Greenwich, and whether the network tells the time at all.
+    int zone = 0;
+    int summer = 0;
+    bool tells_time = true;
+    int physical_cell = 101;
+    int band = 3;
+    int channel = 1300;
+    int bandwidth = 20;
+    // Cells of the carrier aggregation: "CELL UPLINK DOWNLINK ACTIVE".
+    std::vector<std::string> carriers;
     std::vector<Operator> operators;
 
     const Operator *current() const;
@@ -84,6 +106,8 @@ struct Signal {
     int rsrp = -95;
     int rsrq = -9;
     int sinr = 12;
+    int rscp = -85;
+    int ecio = -6;
 };
 
 // A stored PDU, as hexadecimal text. 3GPP TS 27.005, 3.1: status 0 unread, 1 read, 2 unsent, 3
@@ -151,8 +175,10 @@ struct Phonebooks {
 // How the modem treats a command that would otherwise be carried out.
 struct Refusal {
     std::string command;
-    // The final result given instead, empty to carry the command out.
+    // The final result given instead, and the lines in front of it; with neither the command is
+    // carried out.
     std::string answer;
+    std::vector<std::string> lines;
     bool silent = false;
     std::chrono::milliseconds delay{0};
     // How often it holds; 0 for always.
@@ -177,15 +203,31 @@ struct SimState {
     Signal signal;
     Sms sms;
     Phonebooks phonebooks;
+    Settings settings;
+    std::vector<Profile> profiles;
+    Connection connection;
+    Ussd ussd;
+    Toolkit toolkit;
+    Battery battery;
     std::vector<Refusal> refusals;
     std::vector<Moment> moments;
     int functionality = 1;
+    std::chrono::steady_clock::time_point powered = std::chrono::steady_clock::now();
     // Lines that the modem says of its own accord once the command in hand is answered.
     std::vector<std::string> reports;
 
     // The error that keeps the card from being used, 0 when it is ready.
     int card_error() const;
+    // The registration as it is with the radio and the card as they are.
+    int registration() const;
+    int packet_registration() const;
+    bool has_service() const;
+    // The registered operator, null without service.
+    const Operator *serving() const;
 };
+
+// Ends the data connection, if there is one, and reports it.
+void hang_up(SimState &state);
 
 // Stores a message that came in, and reports it.
 void receive_message(SimState &state, const std::string &pdu);

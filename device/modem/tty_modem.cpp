@@ -31,9 +31,9 @@ constexpr std::string_view kFinals[] = {
 constexpr std::string_view kFinalHeads[] = {"+CME ERROR:", "+CMS ERROR:"};
 // Reports that come whenever the modem likes, also between the lines of a reply.
 constexpr std::string_view kReportHeads[] = {
-    "^RSSI:",      "^HCSQ:",    "^MODE:",    "^SRVST:",     "^SIMST:",   "^BOOT:",
-    "^DSFLOWRPT:", "^STIN:",    "^NWTIME:",  "^SMMEMFULL:", "+CMTI:",    "+CDSI:",
-    "^CERSSI:",    "^LTERSRP:", "^ANLEVEL:", "RING",        "^NDISSTAT:"};
+    "^RSSI:",      "^HCSQ:",    "^MODE:",    "^SRVST:",     "^SIMST:",    "^BOOT:",
+    "^DSFLOWRPT:", "^STIN:",    "^NWTIME:",  "^SMMEMFULL:", "+CMTI:",     "+CDSI:",
+    "^CERSSI:",    "^LTERSRP:", "^ANLEVEL:", "RING",        "^NDISSTAT:", "+CUSD:"};
 
 // A line that the command in hand asked for is no report, whatever it begins with.
 bool is_report(const std::string &line, const std::string &command) {
