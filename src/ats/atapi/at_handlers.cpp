@@ -64,7 +64,8 @@ consteval at_cfg_handler end_row(int32_t table) {
     return end;
 }
 
-// One end row, at the end; each key once; the table's number in every row.
+// One end row, at the end; each key once; the table's number in every row. The end rows of five
+// tables have another table's number: required, and nothing reads it.
 template <size_t N>
 consteval bool well_formed(const at_cfg_handler (&rows)[N], int32_t table, int32_t end_table) {
     for (size_t i = 0; i + 1 < N; ++i) {
@@ -264,6 +265,7 @@ constexpr at_cfg_handler stk_browser_cfg_handlers[] = {
 static_assert(well_formed(stk_browser_cfg_handlers, 14));
 
 constexpr at_cfg_handler sys_cfg_handlers[] = {
+    // Seven rows without a release function: required.
     row(15, "^SYSINFO", "C---", {.read = "^SYSINFO:srv_status,srv_domain,roam_status,sys_mode,sim_state,lock_state,sys_submode"}, nullptr),
     row(15, "^SCID", "C---", {.read = "^SCID:scid_num"}, nullptr),
     row(15, "^OPL", "C---", {.read = "^OPL:numeric,reserved,index"}, nullptr),

@@ -72,6 +72,7 @@ int32_t AT_NWTime(at_nwtime_info *record) {
         HEARTH_LOG(OSA_LOG_ERROR, "at_time_info is null.\n");
         return -1;
     }
+    // Entry and success are told at the level of errors: required.
     HEARTH_LOG(OSA_LOG_ERROR, "AT_NWTime? enter.\n");
     at_server_msg message;
     int32_t result = 0;

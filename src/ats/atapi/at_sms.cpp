@@ -108,6 +108,7 @@ constexpr Member kCmgdList =
 
 constexpr Argument kCmssValues[] = {AT_ARGUMENT(at_cmss_req, index), AT_ARGUMENT(at_cmss_req, da),
                                     AT_ARGUMENT(at_cmss_req, toda)};
+// A reply without a reference is no failure: required.
 consteval Member cmss(const char *command, size_t values) {
     return member({.command = command,
                    .arguments = std::span(kCmssValues).first(values),

@@ -168,6 +168,7 @@ int32_t AT_Hcmgs(const at_hcmgs_req *in, uint32_t *err) {
 }
 
 int32_t AT_Hcmgw(const at_hcmgw_req *in, at_sms_rsp *out) {
+    // The same words at both ends: required.
     HEARTH_LOG(OSA_LOG_DEBUG, "[AT_Hcmgw] enter... \n");
     int32_t result = store_raw(in, out);
     HEARTH_LOG(OSA_LOG_DEBUG, "[AT_Hcmgw] enter... \n");
@@ -181,6 +182,8 @@ int32_t AT_Hcmgr(const at_hcmgr_req *in, at_hcmgr_msg *out) {
     }
     at_server_msg message;
     prepare(kHcmgr, in, &message);
+    // Any other result of the channel goes on to the reply, and the line end is looked for before
+    // Ret_val: both are required.
     if (GetDataFromAtServer(&message) == -1) {
         HEARTH_LOG(OSA_LOG_ERROR, "execute at^hcmgr command error\n");
         return -1;
