@@ -320,6 +320,7 @@ TEST(AtK7Fields, RepliesThatAreNeverRead) {
     modem.answer({{AT_RET_SUCCESS, "^NVRSTSTTS: 1"}});
     result.err = 0;
     EXPECT_EQ(at_nvrststts(&result), 0);
+    expect_sent(modem.requests().at(0), {.command = "AT^NVRSTSTTS", .match = "^NVRSTSTTS"});
     EXPECT_EQ(result.result_code, 7);
     EXPECT_EQ(result.err, -2);
     at_dial_mode_info mode{5, 7};
@@ -572,6 +573,10 @@ TEST(AtK7Bare, Commands) {
             EXPECT_EQ(log.texts().back(), c.failure_log);
         }
     }
+    LogCapture log;
+    modem.answer({{AT_RET_SUCCESS, "", -1}});
+    EXPECT_EQ(at_factoryreset(), -1);
+    EXPECT_EQ(log.texts(), std::vector<std::string>{"8 error=-1"});
     EXPECT_EQ(at_dial_command(nullptr), -1);
     EXPECT_EQ(at_set_nvram("x", nullptr), -1);
     modem.answer({{AT_RET_SUCCESS, "OK"}});

@@ -71,9 +71,19 @@ struct HsValues {
     int32_t value;
 };
 constexpr Argument kHsArguments[] = {AT_ARGUMENT(HsValues, id), AT_ARGUMENT(HsValues, value)};
-constexpr Field kHsFields[] = {AT_FIELD(at_hs_info, id),        AT_FIELD(at_hs_info, protocol),
-                               AT_FIELD(at_hs_info, IsOffline), AT_FIELD(at_hs_info, p_class),
-                               AT_FIELD(at_hs_info, p_id),      AT_FIELD(at_hs_info, s_id)};
+
+// The modem's number goes to the record, and out with the next command.
+void store_id(void *field, size_t width, const char *value) {
+    store_number(field, width, value);
+    real_id = safe_atoi(value);
+}
+
+constexpr Field kHsFields[] = {AT_FIELD_WITH(at_hs_info, id, "id", store_id),
+                               AT_FIELD(at_hs_info, protocol),
+                               AT_FIELD(at_hs_info, IsOffline),
+                               AT_FIELD(at_hs_info, p_class),
+                               AT_FIELD(at_hs_info, p_id),
+                               AT_FIELD(at_hs_info, s_id)};
 constexpr Member kHs = member({.command = "AT^HS=%d,%d",
                                .arguments = kHsArguments,
                                .key = "^HS",
@@ -224,14 +234,14 @@ constexpr Member kCsqlvl = member(query("AT+CSQLVL", "+CSQLVL", "+CSQLVL", kSign
 
 // Neither reply has a format, so that nothing is ever read from it. Required.
 constexpr Member nv_row(const char *command, const char *match) {
-    Member row = without_param(
-        query(command, match, match, kSystem, {}, AT_ERR(at_nv_result), Refusal::kMapAndFail));
+    Member row =
+        query(command, match, match, kSystem, {}, AT_ERR(at_nv_result), Refusal::kMapAndFail);
     row.action = AT_ACTION_EXECUTE;
     row.err_before_list = true;
     row.result_without_list = 0;
     return row;
 }
-constexpr Member kNvbackup = member(nv_row("AT^NVBACKUP", "^NVBACKUP"));
+constexpr Member kNvbackup = member(without_param(nv_row("AT^NVBACKUP", "^NVBACKUP")));
 constexpr Member kNvrststts = member(nv_row("AT^NVRSTSTTS", "^NVRSTSTTS"));
 
 constexpr Field kHfreqFields[] = {AT_FIELD_AS(at_hfreqinfo_info, switch_on, "switch"),
@@ -297,11 +307,7 @@ int32_t AT_HS(const at_hs_req *in, at_hs_info *out) {
         return run(kHs, nullptr);
     }
     HsValues values{real_id, in->value};
-    int32_t result = run(kHs, out, &values);
-    if (result == 0) {
-        real_id = out->id;
-    }
-    return result;
+    return run(kHs, out, &values);
 }
 
 int32_t AT_Meid(at_meid_info *record) {
