@@ -191,6 +191,12 @@ TEST(AtNdisDial, DnsOfAConnection) {
     EXPECT_EQ(log.texts().back(), "8 AT^CGDNS config error=3\n");
     EXPECT_EQ(AT_Cgdns(2, 2, &record), -1);
     EXPECT_EQ(modem.requests().size(), 1u);
+    // Texts without a terminator end with their field.
+    memset(record.primary_dns, '1', sizeof record.primary_dns);
+    memset(record.secondary_dns, '2', sizeof record.secondary_dns);
+    modem.answer({{AT_RET_SUCCESS, "OK"}});
+    EXPECT_EQ(AT_Cgdns(1, 2, &record), 0);
+    EXPECT_EQ(modem.commands().at(0), "AT^CGDNS =2,\"1111111111111111\",\"2222222222222222\"");
 }
 
 TEST(AtNdisDial, NullRecordsAreLoggedInTheirOwnWords) {

@@ -197,7 +197,7 @@ bool deliver(const Member &member, at_server_msg *message, int32_t *result) {
     if (*result == 0) {
         return true;
     }
-    log_text(member, member.failed, 0);
+    log_text(member, member.failed, *result);
     if (member.hides_failure) {
         *result = -1;
     }

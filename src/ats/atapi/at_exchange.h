@@ -103,7 +103,8 @@ enum class Refusal : uint8_t {
     kIgnore       // nothing is stored, result 0
 };
 
-// A log line of a member. Its text may hold one %d, for Ret_val.
+// A log line of a member. Its text may hold one %d: for what the channel gave in `failed`, else for
+// Ret_val.
 struct LogText {
     uint32_t level = 0;
     const char *text = nullptr;

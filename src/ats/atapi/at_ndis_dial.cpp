@@ -13,7 +13,7 @@ constexpr hearth::LogSource kLogSource{"ats", "ats/atapi/at_ndis"};
 
 enum Table : uint32_t { kConnection = 20, kAddresses = 30, kRouter = 35 };
 
-// The values of a dial: two numbers and the profile.
+// The values of a command: one or two numbers and the profile.
 struct Dial {
     int32_t first;
     int32_t second;
@@ -201,13 +201,8 @@ void fill_ppp(const at_parse_result *chain, at_ppp_info *record) {
     }
 }
 
-struct Cgdns {
-    int32_t cid;
-    const char *primary;
-    const char *secondary;
-};
-constexpr Argument kCgdnsArguments[] = {AT_ARGUMENT(Cgdns, cid), AT_ARGUMENT(Cgdns, primary),
-                                        AT_ARGUMENT(Cgdns, secondary)};
+constexpr Argument kCgdnsArguments[] = {DIAL(first), DIAL_PROFILE(primary_dns),
+                                        DIAL_PROFILE(secondary_dns)};
 constexpr Field kCgdnsFields[] = {AT_FIELD_AS(at_profile_info, primary_dns, "PriDns"),
                                   AT_FIELD_AS(at_profile_info, secondary_dns, "SecDns")};
 constexpr LogText kNoCgdns{OSA_LOG_INFO, "no param, AT^CGDNS   cmd not execute!\n"};
@@ -332,7 +327,7 @@ int32_t AT_Cgdns(int32_t action, int32_t cid, at_profile_info *profile) {
     if (action == AT_CMD_TYPE_CHECK || profile == nullptr) {
         return run(kCgdnsCheck, profile);
     }
-    Cgdns values{cid, profile->primary_dns, profile->secondary_dns};
+    Dial values{cid, 0, *profile};
     return action == AT_CMD_TYPE_SET ? run(kCgdnsSet, profile, &values) : -1;
 }
 
