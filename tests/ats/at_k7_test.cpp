@@ -476,6 +476,12 @@ TEST(AtK7Spn, Forms) {
                  "\xD0\x90"
                  "B");
     expect_sent(modem.requests().at(0), {.command = "AT^SPN=1", .match = "^SPN", .timeout = 1});
+    // The forms with a base are not held to the 16 characters of the plain ones.
+    modem.answer({{AT_RET_SUCCESS,
+                   "^SPN: 1,1,\"\x81\x14\x08"
+                   "ABCDEFGHIJKLMNOPQRST\""}});
+    EXPECT_EQ(at_spn_get(&record), 0);
+    EXPECT_STREQ(record.text, "ABCDEFGHIJKLMNOPQRST");
     modem.answer({{AT_RET_SUCCESS, "rubbish"}});
     EXPECT_EQ(at_spn_get(&record), 0);
     EXPECT_STREQ(record.text, "");

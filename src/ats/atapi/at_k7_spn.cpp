@@ -14,15 +14,17 @@ namespace {
 // What a name holds: characters of the plain forms, and bytes in binary.
 constexpr size_t kNameChars = 16;
 constexpr int32_t kDecodeLimit = 31;
+constexpr size_t kLongName = kDecodeLimit + 1;
 constexpr uint32_t kMaxBytes = 256;
 
-// Characters that grow in a caller's array, which holds kNameChars of them.
+// Characters that grow in a caller's array, which holds `room` of them, the terminator included.
 struct WideText {
     uint16_t *to;
+    size_t room;
     size_t used = 0;
 
     void put(uint16_t character) {
-        if (used < kNameChars - 1) {
+        if (used < room - 1) {
             to[used++] = character;
         }
     }
@@ -54,8 +56,7 @@ void decode_80(const uint8_t *bytes, uint32_t length, uint16_t *out) {
 
 // `count` bytes, those with the high bit on top of a base, the others GSM 7-bit.
 void decode_with_base(const uint8_t *bytes, uint32_t length, uint32_t count, uint32_t base,
-                      uint16_t *out) {
-    WideText text{out};
+                      WideText text) {
     for (uint32_t i = 0; i < std::min(count, length); i++) {
         if (has_high_bit(bytes[i])) {
             text.put(static_cast<uint16_t>(base + (bytes[i] & 0x7Fu)));
@@ -66,19 +67,19 @@ void decode_with_base(const uint8_t *bytes, uint32_t length, uint32_t count, uin
             text.put(character[0]);
         }
     }
-    out[text.used] = 0;
+    text.to[text.used] = 0;
 }
 
-void decode_binary(const uint8_t *bytes, uint32_t length, uint16_t *out) {
+void decode_binary(const uint8_t *bytes, uint32_t length, uint16_t *out, size_t room) {
     if (length == 0 || !has_high_bit(bytes[0])) {
         decode_gsm(bytes, length, out);
     } else if (bytes[0] == 0x80) {
         decode_80(bytes + 1, length - 1, out);
     } else if (bytes[0] == 0x81 && length >= 3) {
-        decode_with_base(bytes + 3, length - 3, bytes[1], bytes[2] * 128u, out);
+        decode_with_base(bytes + 3, length - 3, bytes[1], bytes[2] * 128u, {out, room});
     } else if (bytes[0] == 0x82 && length >= 4) {
         uint32_t base = static_cast<uint32_t>(bytes[2] << 8 | bytes[3]);
-        decode_with_base(bytes + 4, length - 4, bytes[1], base, out);
+        decode_with_base(bytes + 4, length - 4, bytes[1], base, {out, room});
     }
     // Any other first byte leaves the output as it was.
 }
@@ -102,7 +103,7 @@ int32_t spn_wcslen(const uint16_t *text) {
         return -1;
     }
     int32_t length = 0;
-    while (length < static_cast<int32_t>(kNameChars) && text[length] != 0) {
+    while (length < static_cast<int32_t>(kLongName) && text[length] != 0) {
         length++;
     }
     return length;
@@ -139,12 +140,8 @@ int32_t ucs2_to_utf8(const uint16_t *text, int32_t limit, char *out, size_t capa
     return 0;
 }
 
-}  // namespace
-
-int32_t Decode_SPN_to_UCS2(int32_t coding, const char *text, uint32_t length, uint16_t *out) {
-    if (text == nullptr || out == nullptr) {
-        return -1;
-    }
+// `out` holds `room` characters, kNameChars at least.
+void decode(int32_t coding, const char *text, uint32_t length, uint16_t *out, size_t room) {
     uint8_t bytes[kMaxBytes];
     length = std::min(length, kMaxBytes);
     if (coding == 0 || (length > 0 && has_high_bit(static_cast<uint8_t>(text[0])))) {
@@ -155,14 +152,22 @@ int32_t Decode_SPN_to_UCS2(int32_t coding, const char *text, uint32_t length, ui
     if (coding == 0) {
         decode_gsm(bytes, length, out);
     } else {
-        decode_binary(bytes, length, out);
+        decode_binary(bytes, length, out, room);
     }
+}
+
+}  // namespace
+
+int32_t Decode_SPN_to_UCS2(int32_t coding, const char *text, uint32_t length, uint16_t *out) {
+    if (text == nullptr || out == nullptr) {
+        return -1;
+    }
+    decode(coding, text, length, out, kNameChars);
     return 0;
 }
 
 bool hearth::at::handle_spn_name(int32_t coding, char (&name)[kSpnSize]) {
-    uint16_t text[kNameChars + 1] = {};
-    auto length = static_cast<uint32_t>(strlen(name));
-    return Decode_SPN_to_UCS2(coding, name, length, text) == 0 &&
-           ucs2_to_utf8(text, kDecodeLimit, name, sizeof name) == 0;
+    uint16_t text[kLongName] = {};
+    decode(coding, name, static_cast<uint32_t>(strlen(name)), text, kLongName);
+    return ucs2_to_utf8(text, kDecodeLimit, name, sizeof name) == 0;
 }
