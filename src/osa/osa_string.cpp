@@ -82,7 +82,8 @@ int32_t osa_check_restful_body(const char *body, uint32_t length) {
     if (!copy) {
         return -2;
     }
-    strncpy(copy.get(), body, length);
+    // Not strncpy: its padding would touch every page of a length that the body does not fill.
+    memcpy(copy.get(), body, strnlen(body, length));
     osa_strlwr(copy.get());
     for (const char *pattern : specialstring) {
         if (strstr(copy.get(), pattern) != nullptr) {
