@@ -171,6 +171,7 @@ bool duplicate_all(std::span<NewText> texts) {
         if (text.copy == nullptr) {
             for (NewText &made : texts) {
                 XML_Free(made.copy);
+                made.copy = nullptr;
             }
             return false;
         }
@@ -200,22 +201,16 @@ int32_t ZEX_XML_SetNode(XML_Node *node, const char *prefix, const char *name, co
     const bool clears[] = {is_given_empty(prefix), is_given_empty(name), is_given_empty(value)};
     NewText texts[] = {{Text::kPrefix, or_null(prefix), nullptr},
                        {Text::kName, or_null(name), nullptr},
-                       // The caller's empty text may be the one that is cleared.
-                       {Text::kValue, clears[2] ? "" : value, nullptr}};
+                       {Text::kValue, value, nullptr}};
+    // Copied before anything is freed: the caller's texts may be the node's own. Required: what is
+    // given as empty is cleared also when memory is out.
+    bool copied = duplicate_all(texts);
     for (size_t i = 0; i < std::size(texts); ++i) {
-        if (clears[i]) {
-            hearth::xml::replace_text(node, texts[i].which, nullptr);
+        if (clears[i] || texts[i].copy != nullptr) {
+            hearth::xml::replace_text(node, texts[i].which, texts[i].copy);
         }
     }
-    if (!duplicate_all(texts)) {
-        return ZEX_XML_ERR_NO_MEMORY;
-    }
-    for (const NewText &text : texts) {
-        if (text.copy != nullptr) {
-            hearth::xml::replace_text(node, text.which, text.copy);
-        }
-    }
-    return 0;
+    return copied ? 0 : ZEX_XML_ERR_NO_MEMORY;
 }
 
 int32_t ZEX_XML_AddAttr(XML_Node *node, const char *prefix, const char *name, const char *value) {

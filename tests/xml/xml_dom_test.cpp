@@ -45,12 +45,15 @@ TEST(XmlDom, CreateAndSet) {
     }
     EXPECT_EQ(cl_xmlSetNode(node, node->name, node->value, node->name), 0) << "with its own texts";
     EXPECT_EQ(dump(node), "d|2='d'");
+    EXPECT_EQ(cl_xmlSetNode(node, "", node->prefix, node->name), 0) << "with one that it clears";
+    EXPECT_EQ(dump(node), "d='2'");
     EXPECT_EQ(cl_xmlSetNode(nullptr, nullptr, "a", nullptr), 1);
     const char *texts[3];
     uint32_t type = 7;
     EXPECT_EQ(cl_xmlGetNodeValue(node, &type, &texts[0], &texts[1], &texts[2]), 0);
     EXPECT_EQ(type, 0u);
-    EXPECT_EQ(std::string(texts[0]) + texts[1] + texts[2], "d2d");
+    EXPECT_EQ(texts[0], nullptr);
+    EXPECT_EQ(std::string(texts[1]) + texts[2], "d2");
     EXPECT_EQ(cl_xmlGetNodeValue(node, nullptr, nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(cl_xmlGetNodeValue(nullptr, &type, nullptr, nullptr, nullptr), 1);
     cl_xmlFreeNode(node);
