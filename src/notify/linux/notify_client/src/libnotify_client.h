@@ -118,6 +118,9 @@ void add_node_to_list(ack_node *node);
 bool find_node_for_seq(uint32_t seq_num);
 ack_node *removed_node_from_list(uint32_t seq_num);
 void free_list_node(ack_node *node);
+// Waits for an answer in place of a first sleep on ack_data, where answers have been quick; with
+// lock_wait, which it gives up meanwhile. False if it did not wait.
+bool wait_awake();
 
 // libnotify_client_signal.cpp
 extern char g_client_name[128];

@@ -170,8 +170,12 @@ int32_t collect_answer(ack_node *node, void *out, uint32_t out_len) {
 // held at both ends. Returns the number, or -1 for a dead destination.
 int32_t wait_for_answer(uint32_t mid, int32_t seq_num, const send_seq_num *entry) {
     uint32_t key = static_cast<uint32_t>(seq_num);
+    bool sleeps = false;
     while (!find_node_for_seq(key) && !send_seq_num_is_timeout(entry)) {
-        pthread_cond_wait(&ack_data, &lock_wait);
+        if (sleeps || !wait_awake()) {
+            pthread_cond_wait(&ack_data, &lock_wait);
+        }
+        sleeps = true;
         if (peek(g_des_mod_online[mid]) == -1) {
             remove_timer_list(key);
             HEARTH_LOG(OSA_LOG_ERROR,

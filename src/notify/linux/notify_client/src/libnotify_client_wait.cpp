@@ -1,6 +1,7 @@
 // Where senders and the receive thread meet: the list of numbers that are waited for, with the
 // timer that wakes those whose time has run out, and the list of answers to be collected.
 
+#include <sched.h>
 #include <stdlib.h>
 #include <time.h>
 
@@ -49,6 +50,16 @@ sdk_list timeout_list = {&timeout_list, &timeout_list};
 pthread_mutex_t lock_wait_timeout = PTHREAD_MUTEX_INITIALIZER;  // guards timeout_list
 
 ack_list g_ack_msg_list;
+
+// To fall asleep and be woken on another processor costs more than a short answer takes. A lone
+// caller therefore looks out for a moment before it sleeps, and lets others run meanwhile. When
+// that was in vain, the next calls sleep at once.
+constexpr int64_t kAwakeNanoseconds = 60000;
+constexpr int kMostYields = 1000;  // should the clock stand still
+constexpr uint32_t kSleepsAfterMiss = 32;
+std::atomic<uint32_t> g_answers_filed;
+std::atomic<uint32_t> g_callers_awake;
+std::atomic<uint32_t> g_sleeps_left;
 std::atomic<bool> g_ack_list_ready;
 
 constexpr uint32_t g_wake_time = 1000;  // milliseconds
@@ -57,6 +68,12 @@ std::atomic<int> g_timeout_thread_flag;
 
 int32_t get_current_time(timespec *now) {
     return clock_gettime(CLOCK_MONOTONIC, now) == 0 ? ERR_OK : ERR_FAILED;
+}
+
+int64_t monotonic_ns() {
+    timespec now{};
+    get_current_time(&now);
+    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
 int32_t set_seq_num_list_info(send_seq_num *entry, int32_t seq_num, int32_t timeout) {
@@ -223,6 +240,7 @@ void add_node_to_list(ack_node *node) {
     }
     g_ack_msg_list.tail = node;
     g_ack_msg_list.count++;
+    put(g_answers_filed, peek(g_answers_filed) + 1);
 }
 
 bool find_node_for_seq(uint32_t seq_num) {
@@ -252,6 +270,33 @@ ack_node *removed_node_from_list(uint32_t seq_num) {
     node->next = nullptr;
     g_ack_msg_list.count--;
     return node;
+}
+
+bool wait_awake() {
+    uint32_t sleeps_left = peek(g_sleeps_left);
+    if (sleeps_left > 0) {
+        put(g_sleeps_left, sleeps_left - 1);
+        return false;
+    }
+    if (peek(g_callers_awake) != 0) {
+        return false;
+    }
+    uint32_t filed = peek(g_answers_filed);
+    put(g_callers_awake, 1u);
+    pthread_mutex_unlock(&lock_wait);
+    int64_t end = monotonic_ns() + kAwakeNanoseconds;
+    for (int i = 0; i < kMostYields && monotonic_ns() < end; i++) {
+        if (peek(g_answers_filed) != filed) {
+            break;
+        }
+        sched_yield();
+    }
+    pthread_mutex_lock(&lock_wait);
+    put(g_callers_awake, 0u);
+    if (peek(g_answers_filed) == filed) {
+        put(g_sleeps_left, kSleepsAfterMiss);
+    }
+    return true;
 }
 
 void free_list_node(ack_node *node) {
