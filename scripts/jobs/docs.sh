@@ -1,0 +1,7 @@
+#!/usr/bin/env bash
+# run what the pages mark as runnable, follow their links; "draw" draws the picture anew
+need graphviz python3
+if [ "${1:-}" = draw ]; then
+    dot -Tsvg docs/architecture.dot -o docs/architecture.svg
+fi
+scripts/docs.py "$@"
