@@ -134,6 +134,20 @@ TEST(AtK7Fields, Members) {
                                                  .reply = "^MEID:\"A10000009296F2FF\"",
                                                  .expected = {"A10000009296F2", -2},
                                                  .err = offsetof(at_meid_info, err)});
+    check_member(modem, MemberCase<at_esn_info>{.name = "AT_Esn",
+                                                .call = AT_Esn,
+                                                .sent = {.command = "AT+ESN"},
+                                                .reply = "+ESN: 12345678",
+                                                .expected = {12345678, -2},
+                                                .err = offsetof(at_esn_info, err)});
+    check_member(modem, MemberCase<at_charger_info>{
+                            .name = "AT_ChargerInfo",
+                            .call = AT_ChargerInfo,
+                            .sent = {.command = "AT^APCHG?", .match = "^APCHG", .req_param = -1},
+                            .reply = "^APCHG: \"fast\",60,5000,4100,900,31,32,33,34,35,1",
+                            .expected = {"fast", 60, 5000, 4100, 900, 31, 32, 33, 34, 35, 1, -2},
+                            .refusal = OnRefusal::kMap,
+                            .err = offsetof(at_charger_info, err)});
     check_member(modem, MemberCase<at_phone_activity>{
                             .name = "AT_PhoneActSt",
                             .call = [](at_phone_activity *r) { return AT_PhoneActSt(1, r); },
