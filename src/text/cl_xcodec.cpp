@@ -180,11 +180,12 @@ uint32_t cl_encodeData(uint32_t *coding, const uint16_t *text, uint32_t count, c
 
 uint32_t cl_decodeData(uint32_t coding, const char *source, uint32_t count, uint16_t *text,
                        uint32_t *length) {
+    // Required: no other coding gets as far as the length.
+    if (source != nullptr && text != nullptr && coding > CL_CODING_8BIT) {
+        return CL_TEXT_NOT_REPRESENTABLE;
+    }
     if (!arguments_hold(source, 1, text, length)) {
         return CL_TEXT_BAD_ARGUMENT;
-    }
-    if (coding > CL_CODING_8BIT) {
-        return CL_TEXT_NOT_REPRESENTABLE;
     }
     if (*length < least_room(coding, count)) {
         return CL_TEXT_NO_ROOM;

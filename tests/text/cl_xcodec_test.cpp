@@ -306,6 +306,8 @@ TEST(Quoted, BadArgumentsAndNoMemory) {
     EXPECT_EQ(cl_decodeData(1, nullptr, 1, units, &length), 1u);
     EXPECT_EQ(cl_decodeData(1, "8", 1, nullptr, &length), 1u);
     EXPECT_EQ(cl_decodeData(1, "8", 1, units, nullptr), 1u);
+    EXPECT_EQ(cl_decodeData(3, "8", 1, units, nullptr), 8u);
+    EXPECT_EQ(cl_decodeData(3, nullptr, 1, units, nullptr), 1u);
 
     auto each_fails = [&](auto call) {
         uint32_t status = 7;
