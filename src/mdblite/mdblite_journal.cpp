@@ -162,13 +162,15 @@ int32_t mdbl_JournalRestore(void) {
     if (result != MDBL_OK) {
         return result;
     }
-    if (!read_journal(&record) || record.length >= sizeof record.data ||
-        record.offset > kLargestOffset) {
+    if (!read_journal(&record) || record.length >= sizeof record.data) {
         return MDBL_ERR_GENERAL;
     }
     record.path[sizeof record.path - 1] = '\0';
     if (record.valid == 0) {
         return MDBL_OK;
+    }
+    if (record.offset > kLargestOffset) {
+        return MDBL_ERR_GENERAL;
     }
     result = journalRestore(record.path, record);
     return result == MDBL_OK ? journalInvalidate(0) : result;

@@ -121,6 +121,8 @@ TEST(Journal, RestoreRefusesWhatIsDamaged) {
         {"offset behind any table", journal_of(1, 4, 0xFFFFFFF0, kTablePath, "abcd"),
          MDBL_ERR_GENERAL, 1},
         {"nothing pending", journal_of(0, 4, 10, kTablePath, "abcd"), MDBL_OK, 0},
+        {"nothing pending, bad offset", journal_of(0, 4, 0xFFFFFFF0, kTablePath, "abcd"), MDBL_OK,
+         0},
         {"cut to a byte", shortened, MDBL_ERR_GENERAL, 1},
         {"too long", extended, MDBL_OK, 0},
         {"empty", {}, MDBL_ERR_GENERAL, 0},
