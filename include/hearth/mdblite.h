@@ -188,8 +188,8 @@ HEARTH_API uint32_t mdbl_TableCount(MDBL_Table *table, uint32_t number, MDBL_Com
                                     MDBL_Filter filter, const void *key,
                                     const void *filter_argument);
 
-/* Returns the number, from 1, of the slot that the next insert takes; 0 if memory ran out or the
- * table is full or not fully cached; 1 for NULL. */
+/* Returns the number, from 1, of the first free slot; 0 if memory ran out, the table is full, or no
+ * slot of a partly cached table is free in memory; 1 for NULL. */
 HEARTH_API uint32_t mdbl_TableGetFirstEmptySlotIndex(MDBL_Table *table);
 
 /* Calls `callback` for each record, in the order of an index or, for number 0, of the slots.

@@ -274,12 +274,13 @@ int32_t mdbl_TableIsCached(const MDBL_Table *table, uint8_t *cached) {
     return MDBL_OK;
 }
 
-// Only with the whole table in memory: a block for the slot found would otherwise stand where the
-// next block of the file belongs.
 uint32_t mdbl_TableGetFirstEmptySlotIndex(MDBL_Table *table) {
     if (table == nullptr) {
         return 1;
     }
-    bool found = table->fully_cached != 0 && setFreeIndex(table) == MDBL_OK;
-    return found ? table->first_free_slot + 1 : 0;
+    // As long as the end is not in memory, a new block would stand where the next one of the file
+    // belongs.
+    bool allowed = table->fully_cached != 0 ||
+                   getCachePointerForCacheIndex(table, find_free_slot(table)) != nullptr;
+    return allowed && setFreeIndex(table) == MDBL_OK ? table->first_free_slot + 1 : 0;
 }

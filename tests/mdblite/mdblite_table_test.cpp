@@ -291,6 +291,25 @@ TEST(TableCache, BlocksComeOneByOne) {
     EXPECT_EQ(keys_in_slots(open_table().get()).size(), 34u);
 }
 
+// A slot that is free in memory is told before the rest of the table is there.
+TEST(TableCache, AFreeSlotOfHalfATableIsFound) {
+    make_table(1024, 40, 0);
+    for (uint32_t key = 0; key < 20; key++) {
+        ASSERT_EQ(insert_key(open_table().get(), 1024, key), MDBL_OK);
+    }
+    MDBL_Table *raw = nullptr;
+    ASSERT_EQ(mdbl_OpenTable(kTablePath, 0, 0, 0, &raw), MDBL_MORE_TO_CACHE);
+    TablePointer table(raw, mdbl_TableClose);
+    auto take_all = [](const void *, const void *) { return 0; };
+    SetPointer set = own(mdbl_TableSelectWithoutIndex(raw, take_all, nullptr));
+    ASSERT_EQ(mdbl_RSDeleteAt(set.get(), 3), MDBL_OK);
+    EXPECT_EQ(mdbl_TableGetFirstEmptySlotIndex(raw), 4u);
+    ASSERT_EQ(mdbl_TableCache(raw), MDBL_OK);
+    EXPECT_EQ(mdbl_TableGetFirstEmptySlotIndex(raw), 4u);
+    EXPECT_EQ(insert_key(raw, 1024, 99), MDBL_OK);
+    EXPECT_EQ(keys_in_slots(open_table().get())[3], 99u);
+}
+
 // A commit takes the reading position away: on a table that is not all in memory that shows.
 TEST(TableCache, ACommitBeforeTheEndIsSeen) {
     make_table(1024, 40, 1);
