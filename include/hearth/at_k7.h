@@ -87,18 +87,21 @@ typedef struct at_hs_info {
     int32_t err; /* error id */
 } at_hs_info;
 
+/* Sends `value` with the id of the last reply, and reads the reply. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_HS(const at_hs_req *in, at_hs_info *out);
 
 typedef struct at_meid_info {
     char meid[15]; /* equipment number, at most 14 digits */
     int32_t err;   /* error id */
 } at_meid_info;
+/* Reads the equipment identifier. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_Meid(at_meid_info *record);
 
 typedef struct at_esn_info {
     int32_t esn; /* equipment number */
     int32_t err; /* error id */
 } at_esn_info;
+/* Reads the equipment number. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_Esn(at_esn_info *record);
 
 typedef struct at_phone_activity {
@@ -116,6 +119,7 @@ typedef struct at_ltescinfo {
     int32_t dl_bw;   /* bandwidth of the downlink */
     int32_t err;     /* error id */
 } at_ltescinfo;
+/* Reads what the modem tells of its LTE cell. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_LTESCINFO(at_ltescinfo *record);
 
 typedef struct at_rrcver_info {
@@ -277,6 +281,7 @@ typedef struct at_phynum_list {
     char lines[10][129]; /* one line of the answer each */
     int32_t count;       /* lines used */
 } at_phynum_list;
+/* Reads the numbers of the device, a line each. */
 HEARTH_API HEARTH_MUST_CHECK int32_t at_QryPhynum(at_phynum_list *record);
 
 /* --- Lists kept in the modem's memory, as texts for the web --- */
