@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <functional>
 
+#include "recording.h"
 #include "scenario.h"
 #include "server.h"
 #include "sim_modem.h"
@@ -31,11 +32,14 @@ void catch_signal(int number, void (*handler)(int)) {
 
 using hearth::device::AtServer;
 using hearth::device::Modem;
+using hearth::device::RecordingError;
+using hearth::device::RecordingModem;
+using hearth::device::ReplayModem;
 using hearth::device::ScenarioError;
 using hearth::device::SimModem;
 using hearth::device::TtyModem;
 
-int serve(Modem &modem, const std::function<void()> &idle) {
+int run(Modem &modem, const std::function<void()> &idle) {
     AtServer server(modem);
     catch_signal(SIGTERM, on_stop);
     catch_signal(SIGINT, on_stop);
@@ -47,9 +51,18 @@ int serve(Modem &modem, const std::function<void()> &idle) {
     return 0;
 }
 
-int serve_scenario(const std::string &path) {
+int serve(
+    Modem &modem, const std::string &record, const std::function<void()> &idle = [] {}) {
+    if (record.empty()) {
+        return run(modem, idle);
+    }
+    RecordingModem recording(modem, record);
+    return run(recording, idle);
+}
+
+int serve_scenario(const std::string &path, const std::string &record) {
     SimModem modem(hearth::device::read_scenario(path));
-    return serve(modem, [&] {
+    return serve(modem, record, [&] {
         if (g_reload == 0) {
             return;
         }
@@ -62,9 +75,14 @@ int serve_scenario(const std::string &path) {
     });
 }
 
-int serve_tty(const std::string &path) {
+int serve_tty(const std::string &path, const std::string &record) {
     TtyModem modem(path);
-    return serve(modem, [] {});
+    return serve(modem, record);
+}
+
+int serve_recording(const std::string &path, const std::string &record) {
+    ReplayModem modem(path);
+    return serve(modem, record);
 }
 
 }  // namespace
@@ -79,13 +97,22 @@ int main(int count, char **arguments) {
                      "scenario file of the simulated modem; SIGHUP reads it again")
         ->check(CLI::ExistingFile);
     source->add_option("--tty", tty, "serial device or pseudo terminal of a real modem");
+    std::string replay;
+    source->add_option("--replay", replay, "recording to answer from")->check(CLI::ExistingFile);
     source->require_option(1);
+    std::string record;
+    app.add_option("--record", record, "write what passes between the server and the modem here");
     CLI11_PARSE(app, count, arguments);
 
     try {
-        return scenario.empty() ? serve_tty(tty) : serve_scenario(scenario);
+        if (!scenario.empty()) {
+            return serve_scenario(scenario, record);
+        }
+        return tty.empty() ? serve_recording(replay, record) : serve_tty(tty, record);
     } catch (const ScenarioError &error) {
         fprintf(stderr, "at_server: %s\n", error.what());
-        return 1;
+    } catch (const RecordingError &error) {
+        fprintf(stderr, "at_server: %s\n", error.what());
     }
+    return 1;
 }

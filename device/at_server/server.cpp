@@ -73,9 +73,15 @@ std::string response_text(const at_server_msg &message, const Reply &reply) {
             }
         }
     }
+    // Lines that each begin with what the caller looks for are cut there, and need no line ends,
+    // which would stand in their last values.
+    bool cut = !match_of(message).empty() &&
+               std::all_of(reply.lines.begin(), reply.lines.end(), [&](const std::string &line) {
+                   return starts_with(line, match_of(message).c_str());
+               });
     std::string text;
     for (const std::string &line : reply.lines) {
-        text += text.empty() ? line : "\r\n" + line;
+        text += text.empty() || cut ? line : "\r\n" + line;
     }
     return text;
 }

@@ -88,8 +88,11 @@ TtyModem::TtyModem(std::string path) : path_(std::move(path)) {
     open();
 }
 
+// Nobody is there any more to hear about what is in hand.
 TtyModem::~TtyModem() {
-    close_line();
+    if (fd_ >= 0) {
+        ::close(fd_);
+    }
 }
 
 void TtyModem::open() {
@@ -135,7 +138,6 @@ void TtyModem::send_next() {
     prompted_ = false;
     reply_ = {};
     deadline_ = Clock::now() + waiting_.front().timeout;
-    trace('>', waiting_.front().command.line);
     send(waiting_.front().command.line + "\r");
 }
 
@@ -186,7 +188,6 @@ void TtyModem::readable() {
     if (body_due && !buffer_.empty() && buffer_.front() == '>') {
         buffer_.clear();
         prompted_ = true;
-        trace('>', waiting_.front().command.body);
         send(waiting_.front().command.body);
     }
     if (buffer_.size() > kLongestLine) {
@@ -195,7 +196,6 @@ void TtyModem::readable() {
 }
 
 void TtyModem::take_line(const std::string &line) {
-    trace('<', line);
     if (!busy_ || is_report(line, waiting_.front().command.line)) {
         report(line);
         return;
@@ -250,12 +250,6 @@ void TtyModem::give_up() {
         waiting_.insert(waiting_.begin() + 1, {Command{}, kAbortTime, [](const Reply &) {}});
     }
     finish("");
-}
-
-void TtyModem::trace(char direction, const std::string &line) const {
-    if (trace_) {
-        trace_(direction, line);
-    }
 }
 
 }  // namespace hearth::device

@@ -10,9 +10,6 @@ namespace hearth::device {
 
 class TtyModem : public Modem {
   public:
-    // What goes over the line, for recordings: '>' to the modem, '<' from it.
-    using Trace = std::function<void(char direction, const std::string &line)>;
-
     explicit TtyModem(std::string path);
     TtyModem(const TtyModem &) = delete;
     TtyModem &operator=(const TtyModem &) = delete;
@@ -23,8 +20,6 @@ class TtyModem : public Modem {
     void readable() override;
     std::optional<Clock::time_point> next_tick() const override;
     void tick() override;
-
-    void on_trace(Trace trace) { trace_ = std::move(trace); }
 
   private:
     struct Waiting {
@@ -40,7 +35,6 @@ class TtyModem : public Modem {
     void take_line(const std::string &line);
     void finish(const std::string &final_result);
     void give_up();
-    void trace(char direction, const std::string &line) const;
 
     std::string path_;
     int fd_ = -1;
@@ -54,7 +48,6 @@ class TtyModem : public Modem {
     int settling_ = 0;
     Clock::time_point deadline_;
     Reply reply_;
-    Trace trace_;
 };
 
 }  // namespace hearth::device

@@ -8,6 +8,7 @@
 #include <functional>
 #include <string>
 
+#include "hearth/at_k7.h"
 #include "hearth/at_ndis.h"
 #include "hearth/at_network.h"
 #include "hearth/at_statistics.h"
@@ -87,7 +88,7 @@ void check_network() {
         {"both domains", ASK(at_cgcatt_info, AT_Cgcatt(0, r), r.psState, r.csState), "1 1"},
         {"roaming cell", ASK(at_cellroam_info, AT_Cellroam(r), r.cell_roam_state, r.rat), "0 7"},
         {"signal", ASK(at_hcsq_info, AT_Hcsq(r), r.sysmode, r.value1, r.value2, r.value3, r.value4),
-         "2 50 49 170 24"},
+         "2 42 49 170 24"},
         {"WCDMA signal", ASK(at_csnr_info, AT_Csnr(r), r.rscp, r.ecio), "-85 -6"},
         {"LTE signal", ASK(at_rsrp_info, AT_Rsrp(r), r.rsrp, r.rsrq), "-92 -8"},
         {"LTE cell", ASK(at_cellid_info, AT_Cellid(r), r.Plmn, r.Ci, r.Pci, r.Tac),
@@ -456,15 +457,188 @@ void check_time() {
     EXPECT_LE(when, time(nullptr));
 }
 
+#define ASK_TEXT(call) ASK(at_text_reply, call, r.text)
+
+void check_identity() {
+    check({
+        {"IMSI", ASK_TEXT(AT_imsi(r)), "001010123456789"},
+        {"model", ASK_TEXT(AT_cgmm(r)), "Desk Modem"},
+        {"IMEI", ASK_TEXT(AT_imei(r)), "490154203237518"},
+        {"maker", ASK_TEXT(at_cgmi(r)), "Hearth"},
+        {"IMEI again", ASK(at_cgsn_info, AT_CGSN(r), r.flag, r.text), "1 490154203237518"},
+        {"software", ASK(at_version_info, AT_Cgmr(r), r.software_flag, r.soft),
+         "1 11.450.01.00.00"},
+        {"hardware", ASK(at_version_info, AT_Hwver(r), r.hardware_flag, r.hard), "1 DM1"},
+        {"serial number", ASK_TEXT(AT_sn(r)), " HD00000001"},
+        {"card", ASK_TEXT(at_get_scid(r)), "8900101012345678901"},
+        {"version", ASK_TEXT(at_get_version("AT^APVER?", r)), "21.100.03.00.00"},
+        {"number", ASK_TEXT(at_phone_numbner_get(r)), "\"+15550100\""},
+        {"MEID", ASK(at_meid_info, AT_Meid(r), r.meid), "A0000012345678"},
+        {"ESN", ASK(at_esn_info, AT_Esn(r), r.esn), "2147483647"},
+        {"versions", ASK(at_version_reply, at_version(r), r.extd, r.exth, r.exts),
+         "EXTD:Desk Modem EXTH:DM1 EXTS:21.100.03.00.00"},
+        {"numbers", ASK(at_phynum_list, at_QryPhynum(r), r.count), "2"},
+        {"provider", ASK_TEXT(at_spn_get(r)), "Test Network"},
+        {"host",
+         [] {
+             at_hs_req in{0, 3};
+             at_hs_info out{};
+             int32_t result = AT_HS(&in, &out);
+             return words(result, out.id, out.IsOffline);
+         },
+         "0 1 0"},
+    });
+}
+
+void check_device() {
+    check({
+        {"activity", ASK(at_phone_activity, AT_PhoneActSt(1, r), r.pactstatus), "4"},
+        {"LTE", ASK(at_ltescinfo, AT_LTESCINFO(r), r.ci, r.dl_sinr, r.num_ant, r.dl_bw),
+         "29611237 14 2 20"},
+        {"charger", ASK(at_charger_info, AT_ChargerInfo(r), r.ChargerState, r.BatteryVoltage),
+         "charging 3900"},
+        {"battery", ASK(at_battery_state, at_query_battery_state(r), r.chargerState, r.batterylvl),
+         "1 80"},
+        {"standard battery", ASK(at_battery_state_std, at_query_battery_state_std(r), r.bcl), "80"},
+        {"battery text", ASK_TEXT(at_battery_get(r)), "1,80"},
+        {"antenna", ASK(at_anquery_info, AT_ANQuery(r), r.rscp, r.rssi, r.antenna_level, r.cellid),
+         "-85 -79 3 01C3D4E5"},
+        {"bars", ASK(at_csqlvlext_info, AT_csqlvlext(0, r), r.rssilv, r.ber), "3 99"},
+        {"percent", ASK(at_csqlvl_info, AT_Csqlvl(r), r.uiPercent, r.newRssiCode), "54 17"},
+        {"frequency",
+         ASK(at_hfreqinfo_info, at_hfreqinfo(0, 0, r), r.sysmode, r.band_class, r.dl_fcn1,
+             r.ul_fcn1),
+         "6 3 1300 19300"},
+        {"throughput", ASK(at_throughput_info, at_throughoutput(r), r.tx, r.rx), "20000 150000"},
+        {"time up",
+         [] {
+             at_pwrontime_info record{};
+             int32_t result = at_pwrontime(&record);
+             return words(result, record.pwrontime_counters < 60 ? "seconds" : "too long");
+         },
+         "0 seconds"},
+        {"profile",
+         [] {
+             at_profile_info record{};
+             int32_t result = AT_getprofile(2, &record);
+             return words(result, record.profile_name, record.apn_name, record.username);
+         },
+         "0 Work testnet.work office"},
+    });
+}
+
+int32_t set_nvram(const char *name, const char *value) {
+    return at_set_nvram(name, value);
+}
+
+void check_memory() {
+    check({
+        {"profile in use", ASK_TEXT(at_current_profile_get(r)), "1"},
+        {"password", ASK_TEXT(at_password_nvram_content_get(r)), "\"admin\""},
+        {"users", ASK_TEXT(at_wifi_number_get(r)), "32"},
+        {"WPS", ASK_TEXT(at_wps_pin_get(r)), "\"12345670\""},
+        {"packets", [] { return words(set_nvram("AT^APMTU", "1400")); }, "0"},
+        {"too small packets", [] { return words(set_nvram("AT^APMTU", "1")); }, "-1"},
+        {"packets read back", ASK_TEXT(at_mtu_get(r)), "1400"},
+        {"ports", ASK_TEXT(at_virserver_nvram_content_get(r)),
+         "[1,1,\"192.168.8.2\",6,1,8080,80,\"web\"],[2,0,\"192.168.8.3\",17,0,5060,5060,\"phone\"],"
+         "[]"},
+        {"filters", ASK_TEXT(at_ipfilter_nvram_content_get(r)),
+         "[1,1,\"192.168.8.100\",\"8.8.8.8\",6,1,1,65535,80,80,\"no web\"],[]"},
+        {"applications", ASK_TEXT(at_specialappli_nvram_content_get(r)),
+         "[1,1,6,17,1,40,41,5000,5001,0,0,0,0,0,0,0,0,\"game\"],[]"},
+        {"set DMZ", [] { return words(set_nvram("AT^APDMZ", "1,C0A80805")); }, "0"},
+        {"DMZ", ASK_TEXT(at_dmz_get(r)), "[1, \"192.168.8.5\"]"},
+        {"on demand", ASK_TEXT(at_on_demand_get(r)), "[0,600]"},
+        {"saved PIN", ASK_TEXT(at_save_pin_content_get(r)), "[0, \"\"]"},
+        {"web user",
+         [] {
+             int32_t code = 0;
+             int32_t result = at_nvram_web_use_get(1, &code);
+             return words(result, code);
+         },
+         "0 17"},
+        {"web texts", ASK(at_web_user, at_nvram_web_sms_get(2, r), r.code, r.Reserve2), "en 4"},
+        {"no web user", ASK(at_web_user, at_nvram_web_sms_get(9, r), r.code), "result -1"},
+        {"dial mode", ASK(at_dial_mode_info, at_dial_mode(r), r.dial_mode), "1"},
+        {"set idle time",
+         ASK(at_apdialmode_info, (r->dialmode = 1, r->idletime = 30, AT_apdialmode(1, r)),
+             r.idletime),
+         "30"},
+        {"idle time", ASK(at_apdialmode_info, AT_apdialmode(0, r), r.dialmode, r.idletime), "1 30"},
+        {"set version", ASK(at_rrcver_info, (r->rrcver = 8, AT_RRCVer(1, r)), r.err), "-2"},
+        {"radio version", ASK(at_rrcver_info, AT_RRCVer(0, r), r.rrcver), "8"},
+        {"voice mail",
+         [] {
+             at_cvmnq_req in{0, "+15550111"};
+             at_cvmnq_info out{};
+             int32_t set = AT_cvmnq(1, &in, &out);
+             int32_t read = AT_cvmnq(0, nullptr, &out);
+             return words(set, read, out.voice_mail_number, out.nv_number);
+         },
+         "0 0 +15550100 +15550111"},
+        {"time zone", ASK(at_timezone_info, at_TimeZone(r), r.timezone), "0"},
+        {"web kind",
+         [] {
+             char out[1500] = "";
+             int32_t set = at_set_xml_infotype("3");
+             int32_t read = at_get_xml_infotype(out);
+             return words(set, read, out);
+         },
+         "0 0 3"},
+        {"backup", ASK(at_nv_result, at_nvbackup(r), r.err), "-2"},
+        {"backup state", ASK(at_nv_result, at_nvrststts(r), r.err), "-2"},
+        {"restore", [] { return words(at_restore()); }, "0"},
+        {"packets after it", ASK_TEXT(at_mtu_get(r)), "1500"},
+    });
+}
+
+// The radio and the registration that goes with it.
+void check_radio() {
+    auto registration = ASK(at_creg_info, AT_Creg(0, r), r.stat);
+    ASSERT_EQ(AT_Cfun(4), 0);
+    EXPECT_EQ(registration(), "0");
+    at_ppp_info connection{};
+    ASSERT_EQ(at_ppp_state(0, &connection), 0);
+    EXPECT_EQ(connection.IPV4, 0);
+    at_cusd_req request{1, "\"*100#\"", 7, 15, 0};
+    EXPECT_EQ(AT_Cusd_Msg_Send(1, &request), -1);
+    EXPECT_EQ(static_cast<int32_t>(request.err), -3);
+    at_nwtime_info told{};
+    EXPECT_EQ(AT_NWTime(&told), 1);
+    ASSERT_EQ(AT_Cfun(1), 0);
+    EXPECT_EQ(registration(), "1");
+    ASSERT_EQ(AT_ReBoot(), 0);
+    EXPECT_EQ(registration(), "1");
+    for (auto bare : {at_SetCsdflt, at_SetModemInforbu, at_factoryreset, at_counter_clear}) {
+        EXPECT_EQ(bare(), 0);
+    }
+    EXPECT_EQ(AT_SD(), 0);
+    EXPECT_EQ(at_dial_command("AT+CFUN=1"), 0);
+    char out[1500] = "";
+    EXPECT_EQ(AT_CommenCmd("AT+CGMM", nullptr, out), 0);
+    EXPECT_STREQ(out, "Desk Modem");
+    EXPECT_EQ(AT_CommenCmd("AT^NOSUCH", nullptr, out), -1);
+    EXPECT_EQ(at_godload(), 0);
+    EXPECT_EQ(registration(), "0");
+    EXPECT_EQ(AT_SDload(), 0);
+}
+
 void check_home() {
+    // The signal of the home scenario changes for two seconds.
+    usleep(2200000);
+    check_identity();
     check_network();
     check_settings();
     check_card();
     check_connection();
+    check_device();
     check_flow();
     check_ussd();
     check_toolkit();
     check_time();
+    check_memory();
+    check_radio();
 }
 
 TEST(Modem, AnswersInTheServer) {
