@@ -148,7 +148,7 @@ class Reader {
                 result += static_cast<char>(value);
                 i += 2;
             } else {
-                fail("expected \"\\\\xNN\", \"\\\\r\" or \"\\\\\\\\\" at a backslash");
+                fail("expected \"\\xNN\", \"\\r\" or \"\\\\\" at a backslash");
             }
         }
         return result;
