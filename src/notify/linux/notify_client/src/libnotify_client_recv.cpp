@@ -267,10 +267,10 @@ extern "C" HEARTH_API int32_t handle_msg(void) {
             sleep(1);
             continue;
         }
-        fd_set g_fd_sockets;  // built anew each time, so a closed descriptor never lingers in it
-        FD_ZERO(&g_fd_sockets);
-        FD_SET(fd, &g_fd_sockets);
-        int ready = select(fd + 1, &g_fd_sockets, nullptr, nullptr, nullptr);
+        fd_set sockets;  // built anew each time, so a closed descriptor never lingers in it
+        FD_ZERO(&sockets);
+        FD_SET(fd, &sockets);
+        int ready = select(fd + 1, &sockets, nullptr, nullptr, nullptr);
         if (ready == -1) {
             HEARTH_LOG(OSA_LOG_ERROR, " handle_msg -->>select return erro -1!\n");
         } else if (ready > 0) {
