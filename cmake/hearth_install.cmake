@@ -4,6 +4,8 @@ include(CMakePackageConfigHelpers)
 
 install(TARGETS hearth EXPORT hearth_targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libhearth${PROJECT_VERSION_MAJOR}
+  RENAME copyright COMPONENT runtime)
 install(DIRECTORY include/hearth DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(EXPORT hearth_targets NAMESPACE hearth:: FILE hearthTargets.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/hearth COMPONENT development)

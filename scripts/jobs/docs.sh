@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # run what the pages mark as runnable, follow their links; "draw" draws the picture anew
-need graphviz python3
+need python3 git
 if [ "${1:-}" = draw ]; then
+    need graphviz
     dot -Tsvg docs/architecture.dot -o docs/architecture.svg
 fi
 scripts/docs.py "$@"
