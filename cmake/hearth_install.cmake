@@ -38,7 +38,7 @@ if(HEARTH_BUILD_DEVICE)
       RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
   endforeach()
   install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-  install(FILES device/scenarios/home.toml DESTINATION ${CMAKE_INSTALL_DATADIR}/hearth
+  install(DIRECTORY device/scenarios/ DESTINATION ${CMAKE_INSTALL_DATADIR}/hearth
     COMPONENT tools)
 endif()
 
