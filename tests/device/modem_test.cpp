@@ -301,6 +301,26 @@ void check_connection() {
              return words(set, read, out.primary_dns, out.secondary_dns);
          },
          "0 0 192.0.2.1 192.0.2.2"},
+        {"link names",
+         [] {
+             at_profile_info in{};
+             strcpy(in.primary_dns, "192.0.2.1");
+             strcpy(in.secondary_dns, "192.0.2.2");
+             int32_t first = AT_dnsp(1, &in);
+             int32_t second = AT_dnss(1, &in);
+             return words(first, second, in.err);
+         },
+         "0 0 -2"},
+        {"detach and attach",
+         [] {
+             at_cgatt_info record{0, 0};
+             int32_t off = AT_Cgatt(1, &record);
+             int32_t dialled = AT_ndisdup(1, 1, nullptr);
+             record.state = 1;
+             int32_t on = AT_Cgatt(1, &record);
+             return words(off, dialled, on);
+         },
+         "0 -1 0"},
         {"not connected", ASK(at_ppp_info, at_ppp_state(0, r), r.IPV4, r.IPV6), "0 0"},
         {"no address", ASK(at_dhcp_info, AT_dhcp(1, r), r.IPAddr), "result -1"},
         {"dial",

@@ -12,6 +12,7 @@
 #include "hearth/at_ndis.h"
 #include "hearth/at_network.h"
 #include "hearth/at_security.h"
+#include "hearth/at_statistics.h"
 #include "hearth/at_stk.h"
 #include "hearth/at_usim.h"
 #include "hearth/at_ussd.h"
@@ -251,6 +252,49 @@ TEST(Recording, AnswersAsTheModemDid) {
     char rssi[5] = "";
     EXPECT_EQ(AT_Rssi(rssi), 0);
     EXPECT_STREQ(rssi, "23");
+}
+
+// What the modem says of its own accord, in the order in which it happens.
+TEST(Recording, HoldsTheReports) {
+    Desk desk(Desk::shipped("home"), Desk::kInServer, {"--record", "/data/recording"});
+    at_creg_info registered{.n = 1};
+    ASSERT_EQ(AT_Creg(1, &registered), 0);
+    at_value_set service{1, 0};
+    ASSERT_EQ(AT_Srvst(1, &service), 0);
+    ASSERT_EQ(AT_Dsflowrpt(1), 0);
+    at_cusd_req request{1, "\"*111#\"", 7, 15, 0};
+    ASSERT_EQ(AT_Cusd_Msg_Send(1, &request), 0);
+    at_cusd_req end{.n = 2};
+    ASSERT_EQ(AT_Cusd_Msg_Send(1, &end), 0);
+    at_stgr_req choice{37, 0, 0, 0, 2, ""};
+    uint32_t err = 0;
+    ASSERT_EQ(AT_Stgr(1, &choice, &err), 0);
+    ASSERT_EQ(AT_ndisdup(1, 1, nullptr), 0);
+    usleep(50000);
+    ASSERT_EQ(AT_Cfun(4), 0);
+    ASSERT_EQ(AT_Cfun(1), 0);
+    usleep(100000);
+
+    std::istringstream written(content("/data/recording"));
+    std::vector<std::string> reports;
+    bool in_exchange = false;
+    for (std::string line; std::getline(written, line);) {
+        in_exchange = !line.empty() && (in_exchange || line[0] == '>');
+        if (!in_exchange && line.rfind("< ", 0) == 0 && line.find("^RSSI") == std::string::npos) {
+            std::string said = line.substr(line.find(' ', 2) + 1);
+            reports.push_back(said);
+        }
+    }
+    ASSERT_FALSE(reports.empty());
+    auto flow = std::find_if(reports.begin(), reports.end(), [](const std::string &line) {
+        return line.rfind("^DSFLOWRPT:00000000,00004E20,000249F0,", 0) == 0;
+    });
+    ASSERT_NE(flow, reports.end());
+    reports.erase(flow);
+    EXPECT_EQ(reports, (std::vector<std::string>{"+CUSD: 1,\"1 Balance, 2 Tariff\",15", "+CUSD: 2",
+                                                 "^STIN:35,0,0", "^NDISSTAT:1,,,\"IPV4\"",
+                                                 "^NDISSTAT:0,,,\"IPV4\"", "+CREG: 0", "^SRVST:0",
+                                                 "+CREG: 1", "^SRVST:2"}));
 }
 
 TEST(Recording, ErrorsNameFileLineAndExpectation) {

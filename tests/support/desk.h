@@ -101,7 +101,7 @@ class Desk {
     static void end(pid_t id) {
         if (id > 0) {
             kill(id, SIGTERM);
-            ended(id);
+            EXPECT_EQ(ended(id), 0) << "a program of the desk has failed";
         }
     }
 
