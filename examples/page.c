@@ -4,7 +4,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <unistd.h>
 
 #include "hearth/at_k7.h"
 #include "hearth/at_lib.h"
@@ -14,6 +13,7 @@
 #include "hearth/at_statistics.h"
 #include "hearth/at_stk.h"
 #include "hearth/at_usim.h"
+#include "hearth/osa_time.h"
 
 static int failures;
 
@@ -88,7 +88,7 @@ static void show_connection(void) {
     }
     printf("%-12s %s, address %s, name server %s\n", "Connection", state.IPV4 == 1 ? "up" : "down",
            address.IPAddr, address.pDNS);
-    usleep(300000);
+    osa_sleep(300);
     if (good("Flow", AT_Dsflowqry(&flow))) {
         printf("%-12s %llu bytes received, %llu sent\n", "Flow",
                (unsigned long long)flow.last_rx_flow, (unsigned long long)flow.last_tx_flow);
