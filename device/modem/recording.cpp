@@ -22,7 +22,8 @@ std::string whole(const Command &command) {
 
 std::string escaped(const std::string &text) {
     std::string result;
-    for (unsigned char c : text) {
+    for (char each : text) {
+        auto c = static_cast<unsigned char>(each);
         if (c == '\r') {
             result += "\\r";
         } else if (c == '\\') {
@@ -30,7 +31,7 @@ std::string escaped(const std::string &text) {
         } else if (c < 32 || c >= 127) {
             result += format("\\x%02X", c);
         } else {
-            result += static_cast<char>(c);
+            result += each;
         }
     }
     return result;

@@ -19,8 +19,8 @@ constexpr const char *kBadCommand = "+CRSM: 109,0";
 
 std::string hexadecimal(const std::string &bytes) {
     std::string text;
-    for (unsigned char byte : bytes) {
-        text += format("%02X", byte);
+    for (char byte : bytes) {
+        text += format("%02X", static_cast<unsigned char>(byte));
     }
     return text;
 }
