@@ -21,6 +21,13 @@ inline bool contains(const std::vector<std::string> &texts, const std::string &t
     return std::find(texts.begin(), texts.end(), text) != texts.end();
 }
 
+// The lines that tell of failures: what threads say of themselves comes at any time.
+inline std::vector<std::string> failures(const LogCapture &log) {
+    std::vector<std::string> texts = log.texts();
+    std::erase_if(texts, [](const std::string &text) { return text[0] != '1' && text[0] != '2'; });
+    return texts;
+}
+
 // Waits until a condition holds.
 inline bool wait_for(const std::function<bool()> &condition, int limit_ms = 3000) {
     int64_t end = hearth::monotonic_ms() + limit_ms;

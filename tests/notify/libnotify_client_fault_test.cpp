@@ -134,7 +134,7 @@ TEST_F(Client, ASendThatFailsIsToldByItsPlace) {
     g_send_limit = 48;
     post_notify(kOther, 1, 2, 3);
     g_send_limit = -1;
-    EXPECT_EQ(log.texts(),
+    EXPECT_EQ(failures(log),
               (std::vector<std::string>{
                   "2 send_msgex-->>exit !send() msg_heaer return  errno= Broken pipe\n",
                   "2 send_sync_msg-->>send_msgex return -1 exit!\n",

@@ -25,14 +25,14 @@ TEST(Connect, NeedsADirectoryAndAServer) {
     EXPECT_EQ(raise_notify(1, 2, 3), -1);
     EXPECT_EQ(broadcast_notify(1, nullptr, nullptr, 0), -1);
     post_notify(kOther, 1, 2, 3);
-    EXPECT_EQ(log.texts(), (std::vector<std::string>{
-                               "2 register_notify_handler-->>g_sock_fd= -1!\n",
-                               "2 send_sync_msg-->>g_sock_fd=-1 , g_has_registed=0 \n",
-                               "2 send_notify-->>send_sync_msg retrun err\n",
-                               "2 raise_notify-->>g_sock_fd= -1 , g_has_registed= 0 \n",
-                               "2 broadcast_notify-->>g_sock_fd= -1 , g_has_registed= 0 \n",
-                               "2 post_notify-->>g_sock_fd= -1 , g_has_registed= 0 \n",
-                           }));
+    EXPECT_EQ(failures(log), (std::vector<std::string>{
+                                 "2 register_notify_handler-->>g_sock_fd= -1!\n",
+                                 "2 send_sync_msg-->>g_sock_fd=-1 , g_has_registed=0 \n",
+                                 "2 send_notify-->>send_sync_msg retrun err\n",
+                                 "2 raise_notify-->>g_sock_fd= -1 , g_has_registed= 0 \n",
+                                 "2 broadcast_notify-->>g_sock_fd= -1 , g_has_registed= 0 \n",
+                                 "2 post_notify-->>g_sock_fd= -1 , g_has_registed= 0 \n",
+                             }));
     EXPECT_EQ(log.lines()[0].module, "notify_client");
     EXPECT_EQ(log.lines()[0].file, "notify/linux/notify_client/src/libnotify_client");
 
@@ -40,7 +40,7 @@ TEST(Connect, NeedsADirectoryAndAServer) {
     int64_t start = hearth::monotonic_ms();
     EXPECT_EQ(init_notify(), -1);
     EXPECT_GE(hearth::monotonic_ms() - start, 2000);
-    auto texts = log.texts();
+    auto texts = failures(log);
     ASSERT_EQ(texts.size(), 21u);
     EXPECT_EQ(
         texts[0],
@@ -52,7 +52,7 @@ TEST(Connect, NeedsADirectoryAndAServer) {
     log.clear();
     rename("/var/run/notify", "/var/run/elsewhere");
     EXPECT_EQ(init_notify(), -1);
-    EXPECT_EQ(log.texts(),
+    EXPECT_EQ(failures(log),
               (std::vector<std::string>{"2 init_notify-->>Bind socket fail! errno= No such file or "
                                         "directory \n"}));
 }
@@ -72,13 +72,13 @@ TEST(Connect, TakesItsOwnPathAndReplacesAStaleFile) {
 
     LogCapture log;
     EXPECT_EQ(init_notify(), -1);
-    EXPECT_EQ(log.texts(),
+    EXPECT_EQ(failures(log),
               (std::vector<std::string>{"2 init_notify-->>module has initialized!\n"}));
     log.clear();
     for (uint32_t mid : {0u, 55u, 0xffffffffu}) {
         EXPECT_EQ(register_notify_handler(mid, nullptr, nullptr), -1);
     }
-    EXPECT_EQ(log.texts(),
+    EXPECT_EQ(failures(log),
               std::vector<std::string>(3, "2 register_notify_handler-->>mid is wrong!\n"));
     EXPECT_EQ(send_notify(kOther, 1, nullptr, nullptr, 0, 0), -1) << "not registered yet";
 }
@@ -238,8 +238,8 @@ TEST_F(Client, ACallRunsOutAndItsLateAnswerIsDropped) {
     EXPECT_EQ(send_notify_ex(kOther, 1, nullptr, nullptr, 0, 0, 0), -1);
     log.clear();
     EXPECT_EQ(send_notify_ex(kOther, 1, nullptr, nullptr, 0, 0, -1), -1);
-    EXPECT_EQ(log.texts()[0], "2 [add_new_timeout_node] input param error \n");
-    EXPECT_EQ(log.texts()[1].substr(0, 55),
+    EXPECT_EQ(failures(log)[0], "2 [add_new_timeout_node] input param error \n");
+    EXPECT_EQ(failures(log)[1].substr(0, 55),
               "1 [send_sync_msg_ex][add_new_timeout_node]return NULL s");
 }
 
@@ -477,7 +477,7 @@ TEST_F(Client, WhatIsNoFrameOfOursIsDropped) {
         peer_->send(make_frame(tag, NOTIFY_PLAIN, kOther, kMe, 1, "x"));
     }
     settle();
-    auto texts = log.texts();
+    auto texts = failures(log);
     EXPECT_EQ(std::count(texts.begin(), texts.end(), "2 handle_recv_msg-->>wrong data \n"), 2);
 }
 

@@ -124,6 +124,7 @@ TEST_F(Web, TakesNamesOfOneToFifteenCharacters) {
     EXPECT_EQ(webserver_register_hookfunction(kMe, "", echo, release), -1);
     EXPECT_EQ(webserver_register_hookfunction(kMe, "sixteen-letters!", echo, release), -1);
     auto texts = log.texts();
+    std::erase_if(texts, [](const std::string &text) { return text[0] == '8'; });
     EXPECT_EQ(texts[1], "2 webserver_register_hookfunction-->>strlen(module_name)  = 0 \n");
     EXPECT_EQ(texts[2], "2 webserver_register_hookfunction-->>strlen(module_name) is too long\n");
     EXPECT_EQ(add_hook(kMe, "fifteen-letters", echo, release), "12 fifteen-letters");
