@@ -1,0 +1,303 @@
+// hearth table: tables and their records.
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "hearth/mdblite.h"
+#include "record_layout.h"
+#include "table_file.h"
+#include "tool.h"
+
+namespace hearth::tool {
+
+namespace {
+
+struct TableOptions {
+    std::string path;
+    std::string layout;
+    bool packed = false;
+    std::vector<std::string> where;
+    std::vector<std::string> values;
+    std::string order;
+    uint32_t limit = 0;
+    uint16_t max_records = 100;
+    bool preallocate = false;
+    bool replace = false;
+    bool all = false;
+    bool restore = false;
+};
+
+void expect_ok(const std::string &what, int32_t result) {
+    if (result != MDBL_OK) {
+        throw Failure(what, kTableResults, result,
+                      result == MDBL_ERR_NO_FILE ? kExitNotFound : kExitFailed);
+    }
+}
+
+struct CloseTable {
+    void operator()(MDBL_Table *table) const { mdbl_TableClose(table); }
+};
+struct DestroySet {
+    void operator()(MDBL_RecordSet *set) const { mdbl_RSDestroy(set); }
+};
+using Table = std::unique_ptr<MDBL_Table, CloseTable>;
+using RecordSet = std::unique_ptr<MDBL_RecordSet, DestroySet>;
+
+Table open_table(const std::string &path) {
+    MDBL_Table *table = nullptr;
+    int32_t result = mdbl_OpenTableEx(path.c_str(), 0, 0, 0, &table);
+    Table opened(result == MDBL_OK || result == MDBL_MORE_TO_CACHE ? table : nullptr);
+    while (result == MDBL_MORE_TO_CACHE) {
+        result = mdbl_TableCache(table);
+    }
+    expect_ok("cannot open " + path, result);
+    return opened;
+}
+
+// The layout, which must lie within the table's record.
+RecordLayout layout_for(const TableOptions &options, const TableHeader &header) {
+    RecordLayout layout(options.layout, options.packed);
+    if (layout.record_size() > header.record_size) {
+        throw Failure("the layout needs records of " + std::to_string(layout.record_size()) +
+                          " bytes, and those of " + options.path + " have " +
+                          std::to_string(header.record_size),
+                      kExitUsage);
+    }
+    return layout;
+}
+
+void run_create(const TableOptions &options) {
+    RecordLayout layout(options.layout, options.packed);
+    auto size = static_cast<uint16_t>(layout.record_size());
+    // The store itself would replace a table with other sizes by an empty one.
+    struct stat status {};
+    if (!options.replace && stat(options.path.c_str(), &status) == 0) {
+        throw Failure("cannot make " + options.path, kTableResults, MDBL_ERR_EXISTS);
+    }
+    expect_ok("cannot make " + options.path,
+              mdbl_CreateTableEx(options.path.c_str(), size, options.max_records,
+                                 options.preallocate ? 1 : 0));
+    Json fields = Json::array();
+    for (const RecordField &field : layout.fields()) {
+        fields.push_back({{"offset", field.offset}, {"type", field.type}, {"field", field.name}});
+    }
+    show({{"table", options.path},
+          {"record_size", size},
+          {"most_records", options.max_records},
+          {"fields", fields}});
+}
+
+void run_info(const TableOptions &options) {
+    TableHeader header = read_table_header(options.path);
+    Table table = open_table(options.path);
+    struct stat status {};
+    stat(options.path.c_str(), &status);
+    show({{"table", options.path},
+          {"version", header.version},
+          {"record_size", header.record_size},
+          {"records", mdbl_TableSize(table.get())},
+          {"most_records", header.max_records},
+          {"preallocated", header.preallocated},
+          {"file_size", status.st_size}});
+}
+
+struct Condition {
+    const RecordLayout *layout;
+    const std::vector<std::string> *where;
+};
+
+int take_matching(const void *record, const void *argument) {
+    const auto *condition = static_cast<const Condition *>(argument);
+    bool all = std::all_of(condition->where->begin(), condition->where->end(),
+                           [&](const std::string &assignment) {
+                               return condition->layout->matches(record, assignment);
+                           });
+    return all ? 0 : 1;
+}
+
+RecordSet select(MDBL_Table *table, const Condition &condition) {
+    // A wrong condition is told here, not from within the library.
+    std::string probe(MDBL_MAX_RECORD_SIZE, '\0');
+    take_matching(probe.data(), &condition);
+    RecordSet set(mdbl_TableSelectWithoutIndex(table, take_matching, &condition));
+    if (set == nullptr) {
+        throw Failure("cannot select records", kTableResults, MDBL_ERR_NO_MEMORY);
+    }
+    return set;
+}
+
+void sort_rows(Json &rows, const RecordLayout &layout, const std::string &order) {
+    bool descending = order[0] == '-';
+    std::string name = layout.find(order.substr(descending ? 1 : 0)).name;
+    std::stable_sort(rows.begin(), rows.end(), [&](const Json &a, const Json &b) {
+        return descending ? b[name] < a[name] : a[name] < b[name];
+    });
+}
+
+void run_dump(const TableOptions &options) {
+    TableHeader header = read_table_header(options.path);
+    std::string hex = "bytes[" + std::to_string(header.record_size - 1) + "] record";
+    RecordLayout layout =
+        options.layout.empty() ? RecordLayout(hex, true) : layout_for(options, header);
+    Table table = open_table(options.path);
+    RecordSet set = select(table.get(), {&layout, &options.where});
+    Json rows = Json::array();
+    for (uint32_t i = 0; i < mdbl_RSSize(set.get()); i++) {
+        void *record = nullptr;
+        expect_ok("cannot read a record", mdbl_RSGetAt(set.get(), i, MDBL_READ_POINTER, &record));
+        rows.push_back(layout.read(record));
+    }
+    if (!options.order.empty()) {
+        sort_rows(rows, layout, options.order);
+    }
+    if (options.limit != 0 && rows.size() > options.limit) {
+        rows.erase(rows.begin() + options.limit, rows.end());
+    }
+    show(rows);
+}
+
+void run_insert(const TableOptions &options) {
+    TableHeader header = read_table_header(options.path);
+    RecordLayout layout = layout_for(options, header);
+    std::string record(header.record_size, '\0');
+    for (const std::string &value : options.values) {
+        layout.write(record, value);
+    }
+    Table table = open_table(options.path);
+    uint32_t slot = mdbl_TableGetFirstEmptySlotIndex(table.get());
+    expect_ok("cannot insert into " + options.path,
+              mdbl_TableInsert(table.get(), record.data(), nullptr));
+    show({{"slot", slot}, {"records", mdbl_TableSize(table.get())}});
+}
+
+void run_delete(const TableOptions &options) {
+    if (options.where.empty() && !options.all) {
+        throw Failure("tell which records with --where FIELD=VALUE, or --all", kExitUsage);
+    }
+    TableHeader header = read_table_header(options.path);
+    RecordLayout layout =
+        options.layout.empty() ? RecordLayout("pad[1]", true) : layout_for(options, header);
+    Table table = open_table(options.path);
+    RecordSet set = select(table.get(), {&layout, &options.where});
+    uint32_t deleted = 0;
+    while (mdbl_RSSize(set.get()) > 0) {
+        expect_ok("cannot delete a record, after " + std::to_string(deleted),
+                  mdbl_RSDeleteAt(set.get(), 0));
+        deleted++;
+    }
+    if (deleted == 0 && !options.all) {
+        throw Failure("nothing deleted", kTableResults, MDBL_ERR_NOT_FOUND, kExitNotFound);
+    }
+    show({{"deleted", deleted}, {"records", mdbl_TableSize(table.get())}});
+}
+
+void run_check(const TableOptions &options) {
+    TableReport report = examine_table(options.path);
+    Table table = open_table(options.path);
+    if (mdbl_TableSize(table.get()) != report.records) {
+        report.problems.push_back("the store reads " + std::to_string(mdbl_TableSize(table.get())) +
+                                  " records, the file has " + std::to_string(report.records));
+    }
+    Json problems = Json::array();
+    for (const std::string &problem : report.problems) {
+        problems.push_back({{"problem", problem}});
+    }
+    Json document = {{"table", options.path},
+                     {"slots", report.slots},
+                     {"records", report.records},
+                     {"sound", report.problems.empty()}};
+    if (!problems.empty()) {
+        document["problems"] = problems;
+    }
+    show(document);
+    if (!report.problems.empty()) {
+        throw Quiet{kExitFailed};
+    }
+}
+
+void run_journal(const TableOptions &options) {
+    Json journal = read_journal();
+    if (options.restore && journal["state"] != "absent") {
+        int32_t result = mdbl_JournalRestore();
+        expect_ok("cannot complete the pending update", result);
+        journal = read_journal();
+    }
+    show(journal);
+}
+
+void add_layout(CLI::App *command, TableOptions &options, bool required) {
+    CLI::Option *layout =
+        command
+            ->add_option("--layout", options.layout,
+                         "fields of a record, such as \"u32 index, text[24] number\"; types are "
+                         "u8 to u64, s8 to s64, text[N], wide[N] (16-bit units), bytes[N], pad[N]")
+            ->envname("HEARTH_LAYOUT");
+    layout->required(required);
+    command->add_flag("--packed", options.packed,
+                      "fields lie back to back, not as a C compiler lays them");
+}
+
+TableOptions &add_command(CLI::App *table, const char *name, const char *text,
+                          void (*run)(const TableOptions &), CLI::App **out) {
+    *out = table->add_subcommand(name, text);
+    TableOptions &options = on_run(*out, run);
+    (*out)->add_option("FILE", options.path, "the table's file")->required();
+    return options;
+}
+
+void add_where(CLI::App *command, TableOptions &options) {
+    command
+        ->add_option("--where", options.where,
+                     "FIELD=VALUE that a record must have; may be told several times")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
+        ->take_all();
+}
+
+}  // namespace
+
+void add_table_commands(CLI::App &app) {
+    CLI::App *table = app.add_subcommand("table", "look into tables, and change them");
+    table->require_subcommand(1);
+    table->footer("Change a table only while no daemon holds it open.");
+    CLI::App *command = nullptr;
+
+    TableOptions &create =
+        add_command(table, "create", "make an empty table", run_create, &command);
+    add_layout(command, create, true);
+    command->add_option("--max", create.max_records, "most records that it holds")
+        ->check(CLI::Range(1, static_cast<int>(MDBL_MAX_RECORDS)))
+        ->capture_default_str();
+    command->add_flag("--preallocate", create.preallocate, "the file has all slots from the start");
+
+    command->add_flag("--replace", create.replace,
+                      "replace a table of other sizes, with all its records");
+
+    add_command(table, "info", "sizes and counts", run_info, &command);
+
+    TableOptions &dump = add_command(table, "dump", "print the records", run_dump, &command);
+    add_layout(command, dump, false);
+    add_where(command, dump);
+    command->add_option("--order", dump.order, "field to sort by; -FIELD for descending");
+    command->add_option("--limit", dump.limit, "most records that are printed");
+
+    TableOptions &insert = add_command(table, "insert", "add a record", run_insert, &command);
+    command->add_option("VALUES", insert.values, "FIELD=VALUE; what is not told is zero")
+        ->required();
+    add_layout(command, insert, true);
+
+    TableOptions &remove = add_command(table, "delete", "delete records", run_delete, &command);
+    add_layout(command, remove, false);
+    add_where(command, remove);
+    command->add_flag("--all", remove.all, "delete every record");
+
+    add_command(table, "check", "look for damage in the file; fails if there is any", run_check,
+                &command);
+
+    command = table->add_subcommand("journal", "show the update that a crash left pending");
+    TableOptions &journal = on_run(command, run_journal);
+    command->add_flag("--restore", journal.restore, "complete it");
+}
+
+}  // namespace hearth::tool
