@@ -62,7 +62,8 @@ HEARTH_API char *webserver_handle_normal(void *request);
  *   msg_id   26002
  *   request  a web_request of in_len bytes
  *   out      address of the pointer to a buffer from malloc() of out_len bytes; the buffer grows,
- *            and may move, when the answer is longer
+ *            and may move, when the answer is longer. A null buffer takes no answer; the text
+ *            of a hook of this process is then not released
  * Returns 0, also if the answer had to be given up; -1 if out is null or the request failed;
  * NOTIFY_NO_ANSWER when the server has no such module. Blocks up to 240 seconds.
  */

@@ -252,6 +252,18 @@ TEST_F(Web, CallsAHookOfItsOwnProcessItself) {
     EXPECT_EQ(g_hook_thread, gettid());
 }
 
+TEST_F(Web, KeepsTheTextOfALocalHookWithoutABufferForIt) {
+    static char text[] = "text";
+    add_hook(
+        kMe, "web", [](char *, uint32_t, char *) -> char * { return text; },
+        [](char *) { g_released++; });
+    std::string request = web_body(kMe, "web", "x");
+    char *out = nullptr;
+    EXPECT_EQ(send_notify_webserver(kOther, 26002, request.data(), &out, 0, 0), 0);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(g_released, 0);
+}
+
 // ---- Bodies of responses
 
 constexpr char kErrorBody[] =

@@ -96,11 +96,12 @@ bool make_room(char **out, size_t capacity, size_t needed) {
 int32_t answer_locally(const HookEntry &entry, web_request *request, char **out, uint32_t out_len) {
     HEARTH_LOG(OSA_LOG_INFO, "send_notify_webserver-->>invoke callback! \n");
     char *text = call_hook(entry, request);
-    if (text == nullptr) {
+    if (text == nullptr || *out == nullptr) {
+        // Without a buffer the hook's text is not released: required.
         return 0;
     }
     size_t size = strlen(text) + 1;
-    if (*out != nullptr && make_room(out, out_len, size)) {
+    if (make_room(out, out_len, size)) {
         memcpy(*out, text, size);
     }
     if (entry.release != nullptr) {
