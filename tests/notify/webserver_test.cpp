@@ -123,7 +123,7 @@ TEST_F(Web, TakesNamesOfOneToFifteenCharacters) {
     EXPECT_EQ(webserver_register_hookfunction(kMe, nullptr, echo, release), -1);
     EXPECT_EQ(webserver_register_hookfunction(kMe, "", echo, release), -1);
     EXPECT_EQ(webserver_register_hookfunction(kMe, "sixteen-letters!", echo, release), -1);
-    auto texts = log.texts();
+    auto texts = log.texts("notify/linux/notify_client/src/libnotify_client");
     std::erase_if(texts, [](const std::string &text) { return text[0] == '8'; });
     EXPECT_EQ(texts[1], "2 webserver_register_hookfunction-->>strlen(module_name)  = 0 \n");
     EXPECT_EQ(texts[2], "2 webserver_register_hookfunction-->>strlen(module_name) is too long\n");
