@@ -31,6 +31,18 @@ size_t copy_text(char (&to)[N], std::string_view from) {
 bool format_text(char *to, size_t capacity, const char *format, ...)
     __attribute__((format(printf, 3, 4)));
 
+// string_view's own substr, copy and starts_with name an exception, which needs the C++ run-time
+// library; these do not.
+
+// The first `count` bytes of a text, all of it where it is shorter.
+constexpr std::string_view first_part(std::string_view text, size_t count) {
+    return {text.data(), std::min(text.size(), count)};
+}
+
+constexpr bool begins_with(std::string_view text, std::string_view head) {
+    return first_part(text, head.size()) == head;
+}
+
 // The text in a field that may lack its terminator.
 inline std::string_view field_text(const char *field, size_t capacity) {
     return {field, strnlen(field, capacity)};

@@ -44,7 +44,7 @@ int32_t osa_getfullpath(const char *path, char *out) {
     string_view logical = path;
     // The path may lie in `out` itself, so it moves before the prefix is written.
     size_t prefix = 0;
-    if (!logical.starts_with(kWebRoot)) {
+    if (!hearth::begins_with(logical, kWebRoot)) {
         prefix = kWebRoot.size() + (logical.starts_with('/') ? 0 : 1);
     }
     memmove(out + prefix, path, logical.size() + 1);
@@ -64,7 +64,7 @@ int32_t osa_get_websdk_config_fullpath(const char *name, char *out, uint32_t siz
     product_name(product);
     string_view wanted = name;
     hearth::BoundedText path(out, size);
-    if (!wanted.starts_with(kConfigRoot)) {
+    if (!hearth::begins_with(wanted, kConfigRoot)) {
         path.append(kConfigRoot);
         if (product[0] != '\0') {
             path.append("/");

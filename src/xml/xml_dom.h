@@ -5,6 +5,7 @@
 
 #include <string_view>
 
+#include "base/text.h"
 #include "hearth/xml.h"
 
 namespace hearth::xml {
@@ -53,7 +54,7 @@ class PathTokens {
             return false;
         }
         rest_.remove_prefix(start);
-        *token = rest_.substr(0, rest_.find('.'));
+        *token = hearth::first_part(rest_, rest_.find('.'));
         rest_.remove_prefix(token->size());
         return true;
     }

@@ -77,7 +77,7 @@ bool url_token_names(const XML_Node *node, string_view token) {
     string_view name = node->name;
     for (size_t at = token.find(prefix); at != string_view::npos; at = token.find(prefix, at + 1)) {
         string_view behind = rest_of(token, at + prefix.size());
-        if (behind.starts_with(':') && rest_of(behind, 1).starts_with(name)) {
+        if (behind.starts_with(':') && hearth::begins_with(rest_of(behind, 1), name)) {
             return true;
         }
     }
@@ -131,7 +131,7 @@ bool walk_predicate(PredicateWalk *walk, string_view *path) {
     }
     size_t equals = predicate.find('=');
     walk->has_value = equals != string_view::npos;
-    walk->attribute = predicate.substr(0, equals);
+    walk->attribute = hearth::first_part(predicate, equals);
     string_view value = walk->has_value ? rest_of(predicate, equals + 1) : string_view();
     walk->found =
         find_by_attribute(named, named->name, walk->attribute, walk->has_value ? &value : nullptr);
@@ -153,7 +153,7 @@ bool read_by_predicates(const XML_Node *root, string_view path, const char **tex
             if (close == string_view::npos) {
                 return false;
             }
-            walk.attribute = rest_of(path.substr(0, close), 1);
+            walk.attribute = rest_of(hearth::first_part(path, close), 1);
             walk.has_value = false;
             break;
         }

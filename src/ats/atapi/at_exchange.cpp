@@ -87,7 +87,7 @@ size_t format_command(char *to, const Member &member, const void *values) {
     std::string_view rest = member.command;
     while (!rest.empty() && !member.arguments.empty()) {
         size_t percent = rest.find('%');
-        writer.put(rest.substr(0, percent));
+        writer.put(first_part(rest, percent));
         if (percent == std::string_view::npos) {
             rest = {};
             break;

@@ -66,8 +66,8 @@ int32_t name_indexes(char **names, uint32_t count) {
         if (name == nullptr) {
             return AT_RETURN_MALLOC_ERR;
         }
-        char *digits = name + kPrefix.copy(name, kPrefix.size());
-        *std::to_chars(digits, name + kRoom - 1, i).ptr = '\0';
+        memcpy(name, kPrefix.data(), kPrefix.size());
+        *std::to_chars(name + kPrefix.size(), name + kRoom - 1, i).ptr = '\0';
         names[i] = name;
     }
     return AT_PARSE_OK;

@@ -131,7 +131,7 @@ size_t found_or_zero(size_t position) {
 }
 
 Separators find_separators(std::string_view reply) {
-    std::string_view head = reply.substr(0, reply.find('\0'));
+    std::string_view head = hearth::first_part(reply, reply.find('\0'));
     Separators found{};
     found.colon = found_or_zero(head.find(':'));
     size_t from = 0;

@@ -201,7 +201,7 @@ void remove_generations() {
     }
     while (osa_readdir_next(open.get(), entry.get()) == 1) {
         std::string_view name = entry->name;
-        if (name.starts_with(kTreeName) && name.size() > kTreeName.size()) {
+        if (hearth::begins_with(name, kTreeName) && name.size() > kTreeName.size()) {
             Path path;
             if (path.append(data.text()).append(name).valid()) {
                 remove_generation(path.text());
