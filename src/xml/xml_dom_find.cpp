@@ -123,8 +123,8 @@ bool walk_predicate(PredicateWalk *walk, string_view *path) {
     if (open == string_view::npos || close == string_view::npos) {
         return false;
     }
-    string_view predicate = rest_of(path->substr(0, close), open + 1);
-    const XML_Node *named = find_by_path(walk->from, path->substr(0, open));
+    string_view predicate = rest_of(hearth::first_part(*path, close), open + 1);
+    const XML_Node *named = find_by_path(walk->from, hearth::first_part(*path, open));
     path->remove_prefix(close + 1);
     if (named == nullptr) {
         return false;
