@@ -76,8 +76,8 @@ typedef struct at_error_code {
  */
 HEARTH_API HEARTH_MUST_CHECK int32_t GetDataFromAtServer(at_server_msg *message);
 
-/* The exchange of GetDataFromAtServer without its look whether the server lives. `message` is not
- * null. Results and blocking as there. */
+/* The exchange of GetDataFromAtServer without its look whether the server lives. Results and
+ * blocking as there. */
 HEARTH_API HEARTH_MUST_CHECK int32_t ReadDataFromAtSrvProc(at_server_msg *message);
 
 /*

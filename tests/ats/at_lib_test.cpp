@@ -338,10 +338,14 @@ TEST(AtLib, NullArguments) {
     EXPECT_EQ(send_to_msgqueue(1, &message, nullptr), -1);
     EXPECT_EQ(read_from_msgqueue(1, nullptr, 1, &retcode), -1);
     EXPECT_EQ(read_from_msgqueue(1, &message, 1, nullptr), -1);
+    retcode = 7;
     EXPECT_EQ(read_from_msgqueue(-1, &message, 1, &retcode), -1);
+    EXPECT_EQ(retcode, 0);
     EXPECT_EQ(log.texts(), (std::vector<std::string>{
                                "2  qbuf  or retcode is  NULL!\n", "2  qbuf  or retcode is  NULL!\n",
                                "2  qbuf NULL!\n", "2  qbuf NULL!\n", "2  qbuf NULL!\n"}));
+    EXPECT_EQ(GetDataFromAtServer(nullptr), -1);
+    EXPECT_EQ(ReadDataFromAtSrvProc(nullptr), -1);
     ATS_FreeMemory(nullptr);
     ATS_FreeMemory(malloc(1));
 }

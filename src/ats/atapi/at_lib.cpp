@@ -98,7 +98,7 @@ int32_t GetDataFromAtServer(at_server_msg *message) {
 }
 
 int32_t ReadDataFromAtSrvProc(at_server_msg *message) {
-    if (get_ats_queue_id() != 0) {
+    if (message == nullptr || get_ats_queue_id() != 0) {
         return -1;
     }
     int32_t retcode = 0;
@@ -136,11 +136,13 @@ int32_t send_to_msgqueue(int32_t queue, const at_server_msg *message, int32_t *r
 }
 
 int32_t read_from_msgqueue(int32_t queue, at_server_msg *message, int32_t check, int32_t *retcode) {
+    if (retcode != nullptr) {
+        *retcode = 0;
+    }
     if (message == nullptr || retcode == nullptr || queue == kUnknown) {
         HEARTH_LOG(OSA_LOG_ERROR, " qbuf NULL!\n");
         return -1;
     }
-    *retcode = 0;
     at_server_msg reply;
     while (receive(queue, message->mtype, to_ms(message->timeout), &reply)) {
         if (check != 1 || reply.seq == message->seq) {
