@@ -36,12 +36,12 @@ typedef struct at_dataflow_info {
  * refuses, else what the channel gave. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_Dsflowrpt(int32_t value);
 
-/* Clears the counters and stores -2 through `result`. Blocks for up to 5 seconds. Returns 0, -1
- * for null and when the modem refuses, else what the channel gave. */
+/* Clears the counters and stores -2 through `result`. Blocks for up to 5 seconds. Returns 0, or -1
+ * for null, without a reply and when the modem refuses. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_Dsflowclr(uint32_t *result);
 
-/* Reads the counters. Blocks for up to 30 seconds. Returns 0, -1 for null, when the modem refuses
- * and for a reply that cannot be read, else what the channel gave. */
+/* Reads the counters. Blocks for up to 30 seconds. Returns 0, or -1 for null, without a reply, when
+ * the modem refuses and for a reply that cannot be read. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_Dsflowqry(at_dsflow_info *record);
 
 /* The same. Returns 0, or -1. */

@@ -280,6 +280,12 @@ TEST(AtStatistics, FlowInTheOtherOrder) {
     EXPECT_EQ(at_dataflow(&flow), -1);
     EXPECT_EQ(log.texts().back(),
               "2 [AT_Dsflowqry],at_cmd_parse output  at_parse_result is null\n");
+    modem.answer({{0, "", 6}});
+    EXPECT_EQ(at_dataflow(&flow), -1);
+    EXPECT_EQ(flow.last_ds_time, 1u);
+    uint32_t cleared = 0;
+    EXPECT_EQ(AT_Dsflowclr(&cleared), -1);
+    EXPECT_EQ(AT_Dsflowrpt(1), 6);
     modem.answer({{AT_RET_SUCCESS, "OK"}});
     EXPECT_EQ(AT_Dsflowrpt(1), 0);
     EXPECT_EQ(log.texts().back(), "8 AT_Dsflowrpt success\n");

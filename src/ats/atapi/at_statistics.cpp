@@ -15,7 +15,8 @@ constexpr Member kReport =
             .source = &kLogSource,
             .failed = {OSA_LOG_ERROR, "[AT_Dsflowrpt] GetDataFromAtServer return ERR_FAILED\n"}});
 // The record is the result word alone.
-constexpr Member kClear = member({.command = "AT^DSFLOWCLR", .timeout = 5, .err = 0});
+constexpr Member kClear =
+    member({.command = "AT^DSFLOWCLR", .timeout = 5, .hides_failure = true, .err = 0});
 
 constexpr Field kFlowFields[] = {
     AT_FIELD_WITH(at_dsflow_info, last_ds_time, "last_ds_time", store_hex),
@@ -27,6 +28,7 @@ constexpr Field kFlowFields[] = {
 constexpr Member kQuery = member(
     {.command = "AT^DSFLOWQRY=1",
      .match = "^DSFLOWQRY",
+     .hides_failure = true,
      .key = "^DSFLOWQRY",
      .table = 28,
      .fields = kFlowFields,
@@ -56,7 +58,7 @@ int32_t AT_Dsflowqry(at_dsflow_info *record) {
 
 int32_t at_dataflow(at_dataflow_info *record) {
     at_dsflow_info flow{};
-    if (record == nullptr || AT_Dsflowqry(&flow) == -1) {
+    if (record == nullptr || AT_Dsflowqry(&flow) != 0) {
         return -1;
     }
     *record = {flow.last_ds_time,  flow.last_tx_flow,  flow.last_rx_flow, flow.total_ds_time,
