@@ -433,7 +433,8 @@ HEARTH_API HEARTH_MUST_CHECK int32_t AT_PrefRoam(int32_t action, at_prefroam_inf
  * Selects an operator or searches for operators. Reports refusals. Blocks for up to 240 seconds.
  *   action  1 select, 2 search; any other gives -1
  *   in      the operator to select; `rat` is sent when it is "0", "2" or "7"
- *   out     `list` receives up to 20 operators of a search; not null then
+ *   out     `list` receives up to 20 operators of a search; not null then. `err` is -2 also when
+ * the reply cannot be read
  */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_ChoseOperators(int32_t action, const at_cops_info *in,
                                                        at_operators *out);

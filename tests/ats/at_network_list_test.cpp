@@ -66,7 +66,8 @@ TEST(AtNetworkList, SearchesForOperators) {
                             .input = input,
                             .expected = expected,
                             .refusal = OnRefusal::kMap,
-                            .err = offsetof(at_operators, err)});
+                            .err = offsetof(at_operators, err),
+                            .err_before_list = true});
     ASSERT_EQ(list.count, 2);
     EXPECT_STREQ(list.entries[0].stat, "2");
     EXPECT_STREQ(list.entries[0].long_oper, "Home, Inc");

@@ -78,11 +78,12 @@ int32_t search_operators(at_operators *out) {
     if (!ask(kSearch, &message, out, nullptr, &result)) {
         return result;
     }
+    // A reply that cannot be read leaves -2 too: required.
+    out->err = AT_ERR_NONE;
     hearth::ResultList groups = parse(kSearch, &message);
     if (!groups) {
         return -1;
     }
-    out->err = AT_ERR_NONE;
     fill_operators(groups.get(), out->list);
     return 0;
 }
