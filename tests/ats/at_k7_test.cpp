@@ -496,6 +496,12 @@ TEST(AtK7Spn, Forms) {
                    "ABCDEFGHIJKLMNOPQRST\""}});
     EXPECT_EQ(at_spn_get(&record), 0);
     EXPECT_STREQ(record.text, "ABCDEFGHIJKLMNOPQRST");
+    // Whole, although its UTF-8 form is longer than what the modem sent.
+    modem.answer({{AT_RET_SUCCESS, "^SPN: 1,1,\"810D1C8182838485868788898A8B8C8D\""}});
+    EXPECT_EQ(at_spn_get(&record), 0);
+    EXPECT_STREQ(record.text,
+                 "\u0E01\u0E02\u0E03\u0E04\u0E05\u0E06\u0E07\u0E08\u0E09\u0E0A\u0E0B"
+                 "\u0E0C\u0E0D");
     modem.answer({{AT_RET_SUCCESS, "rubbish"}});
     EXPECT_EQ(at_spn_get(&record), 0);
     EXPECT_STREQ(record.text, "");

@@ -146,7 +146,7 @@ constexpr Member kOnDemand =
 struct Provider {
     int32_t disp_rplmn;
     int32_t coding;
-    char spn_name[33];
+    char spn_name[kSpnSize];
 };
 constexpr Field kProviderFields[] = {AT_FIELD(Provider, disp_rplmn), AT_FIELD(Provider, coding),
                                      AT_FIELD(Provider, spn_name)};
@@ -313,9 +313,10 @@ int32_t at_on_demand_get(at_text_reply *record) {
 }
 
 int32_t at_spn_get(at_text_reply *record) {
-    return get_entry<Provider>(kProvider, record, [](Text &text, Provider provider) {
-        if (handle_spn_name(provider.coding, provider.spn_name)) {
-            text.put("%s", provider.spn_name);
+    return get_entry<Provider>(kProvider, record, [](Text &text, const Provider &provider) {
+        char name[kSpnUtf8Size];
+        if (handle_spn_name(provider.coding, provider.spn_name, name)) {
+            text.put("%s", name);
         }
     });
 }

@@ -15,6 +15,7 @@ namespace {
 constexpr size_t kNameChars = 16;
 constexpr int32_t kDecodeLimit = 31;
 constexpr size_t kLongName = kDecodeLimit + 1;
+static_assert(hearth::at::kSpnUtf8Size == kDecodeLimit * 3 + 1);
 constexpr uint32_t kMaxBytes = 256;
 
 // Characters that grow in a caller's array, which holds `room` of them, the terminator included.
@@ -109,34 +110,26 @@ int32_t spn_wcslen(const uint16_t *text) {
     return length;
 }
 
-// One to three bytes a character. -1 when the text is longer than the limit.
-int32_t ucs2_to_utf8(const uint16_t *text, int32_t limit, char *out, size_t capacity) {
+// One to three bytes a character, and a terminator. -1 when the text is longer than the limit.
+int32_t ucs2_to_utf8(const uint16_t *text, int32_t limit, char *out) {
     int32_t length = spn_wcslen(text);
     if (length < 0 || length > limit) {
         return -1;
     }
-    size_t used = 0;
     for (int32_t i = 0; i < length; i++) {
         uint32_t c = text[i];
-        char bytes[4];
-        size_t count = 0;
         if (c < 0x80) {
-            bytes[count++] = static_cast<char>(c);
+            *out++ = static_cast<char>(c);
         } else if (c < 0x800) {
-            bytes[count++] = static_cast<char>(0xC0 | c >> 6);
-            bytes[count++] = static_cast<char>(0x80 | (c & 0x3F));
+            *out++ = static_cast<char>(0xC0 | c >> 6);
+            *out++ = static_cast<char>(0x80 | (c & 0x3F));
         } else {
-            bytes[count++] = static_cast<char>(0xE0 | c >> 12);
-            bytes[count++] = static_cast<char>(0x80 | (c >> 6 & 0x3F));
-            bytes[count++] = static_cast<char>(0x80 | (c & 0x3F));
+            *out++ = static_cast<char>(0xE0 | c >> 12);
+            *out++ = static_cast<char>(0x80 | (c >> 6 & 0x3F));
+            *out++ = static_cast<char>(0x80 | (c & 0x3F));
         }
-        if (used + count >= capacity) {
-            break;
-        }
-        memcpy(out + used, bytes, count);
-        used += count;
     }
-    out[used] = '\0';
+    *out = '\0';
     return 0;
 }
 
@@ -166,8 +159,9 @@ int32_t Decode_SPN_to_UCS2(int32_t coding, const char *text, uint32_t length, ui
     return 0;
 }
 
-bool hearth::at::handle_spn_name(int32_t coding, char (&name)[kSpnSize]) {
+bool hearth::at::handle_spn_name(int32_t coding, const char (&name)[kSpnSize],
+                                 char (&out)[kSpnUtf8Size]) {
     uint16_t text[kLongName] = {};
     decode(coding, name, static_cast<uint32_t>(strlen(name)), text, kLongName);
-    return ucs2_to_utf8(text, kDecodeLimit, name, sizeof name) == 0;
+    return ucs2_to_utf8(text, kDecodeLimit, out) == 0;
 }

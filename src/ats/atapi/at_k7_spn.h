@@ -6,10 +6,12 @@
 
 namespace hearth::at {
 
-// Bytes of a name with its terminator.
+// Bytes of a name with its terminator: as the modem codes it, and of its UTF-8 form, which has at
+// most 31 characters of three bytes.
 constexpr size_t kSpnSize = 33;
+constexpr size_t kSpnUtf8Size = 31 * 3 + 1;
 
-// Writes the UTF-8 form of a name over it, at most 31 characters. False when it has none.
-bool handle_spn_name(int32_t coding, char (&name)[kSpnSize]);
+// Writes the UTF-8 form of a name. False when it has none.
+bool handle_spn_name(int32_t coding, const char (&name)[kSpnSize], char (&out)[kSpnUtf8Size]);
 
 }  // namespace hearth::at
