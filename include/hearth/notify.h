@@ -6,9 +6,9 @@
  * handlers on a small pool of threads. When the notify server goes away, the library connects and
  * registers again by itself; until then sending calls fail.
  *
- * All functions but init_notify may be called from any thread, also from handlers. A handler may
- * make synchronous calls; handlers that block keep their pool thread, and while all are taken,
- * further requests wait.
+ * All functions may be called from any thread, also from handlers. A handler may make synchronous
+ * calls; handlers that block keep their pool thread, and while all are taken, further requests
+ * wait.
  */
 #ifndef HEARTH_NOTIFY_H
 #define HEARTH_NOTIFY_H

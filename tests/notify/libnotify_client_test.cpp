@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <future>
+#include <thread>
 
 #include "hearth/notify.h"
 #include "notify/client_fixture.h"
@@ -81,6 +82,41 @@ TEST(Connect, TakesItsOwnPathAndReplacesAStaleFile) {
     EXPECT_EQ(failures(log),
               std::vector<std::string>(3, "2 register_notify_handler-->>mid is wrong!\n"));
     EXPECT_EQ(send_notify(kOther, 1, nullptr, nullptr, 0, 0), -1) << "not registered yet";
+}
+
+// Exit status 0 when of several threads that connect at once one does, with one socket.
+void connect_at_once() {
+    constexpr int kThreads = 4;
+    int first_free = dup(0);
+    close(first_free);
+    std::atomic<int> ready{0};
+    std::atomic<int> connected{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; t++) {
+        threads.emplace_back([&] {
+            for (ready++; ready < kThreads;) {
+            }
+            connected += init_notify() == 0;
+        });
+    }
+    for (std::thread &thread : threads) {
+        thread.join();
+    }
+    _exit(connected == 1 && dup(0) == first_free + 1 ? 0 : 1);
+}
+
+TEST(Connect, OneOfManyThreadsConnects) {
+    ScriptedServer server;
+    for (int round = 0; round < 60; round++) {
+        pid_t child = fork();
+        if (child == 0) {
+            connect_at_once();
+        }
+        int status = -1;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_EQ(status, 0) << "round " << round;
+        server.accept();
+    }
 }
 
 TEST(Connect, RunsSevenThreads) {

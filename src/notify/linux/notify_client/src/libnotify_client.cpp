@@ -46,12 +46,23 @@ constexpr useconds_t kConnectPause = 100000;
 std::atomic<int> g_thread_num{5};
 std::atomic<uint32_t> module_register[kModules];  // the id itself once registered
 pthread_mutex_t lock_g_my_mid = PTHREAD_MUTEX_INITIALIZER;
+// Held while connecting, before all other locks: the receive thread and callers of register_again
+// may find the connection closed at the same time.
+pthread_mutex_t lock_connect = PTHREAD_MUTEX_INITIALIZER;
 
 socklen_t fill_address(sockaddr_un *address, const char *path) {
     *address = {};
     address->sun_family = AF_UNIX;
     size_t length = hearth::copy_text(address->sun_path, path);
     return static_cast<socklen_t>(length + 2);
+}
+
+bool is_closed() {
+    if (peek(g_sock_fd) == -1) {
+        return true;
+    }
+    HEARTH_LOG(OSA_LOG_ERROR, "init_notify-->>module has initialized!\n");
+    return false;
 }
 
 bool create_socket() {
@@ -144,8 +155,11 @@ bool start_receive_thread() {
 }  // namespace
 
 extern "C" HEARTH_API int32_t init_notify(void) {
-    if (peek(g_sock_fd) != -1) {
-        HEARTH_LOG(OSA_LOG_ERROR, "init_notify-->>module has initialized!\n");
+    if (!is_closed()) {
+        return -1;
+    }
+    hearth::MutexLock lock(lock_connect);
+    if (!is_closed()) {
         return -1;
     }
     init_ack_list();

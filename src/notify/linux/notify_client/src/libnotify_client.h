@@ -1,8 +1,9 @@
 // What the sources of the bus client share. One connection, one pool and one set of tables per
 // process.
 //
-// Lock order: lock_wait first, then any one of lock_wait_timeout, lock_seq_num, lock_send or the
-// acknowledgement list's own mutex; those are not nested among themselves.
+// Lock order: lock_connect, which only init_notify takes, then lock_wait, then any one of
+// lock_wait_timeout, lock_seq_num, lock_send or the acknowledgement list's own mutex; those are not
+// nested among themselves.
 //
 // The connection's state and the liveness of destinations are read and written without a lock, by
 // design: relaxed atomics, so that a reader sees an old or a new value and nothing else.
