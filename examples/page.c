@@ -1,9 +1,7 @@
-/* What a status page needs: identity, SIM and PIN, operator, registration, signal, the data
- * connection with its flow, the network's time, and the card's toolkit menu. */
+/* What a status page needs, from the identity of the modem to the menu of the card's toolkit. */
 
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include "hearth/at_k7.h"
 #include "hearth/at_lib.h"
@@ -27,9 +25,9 @@ static int good(const char *what, int32_t result) {
 }
 
 static void show_identity(void) {
-    at_text_reply maker = {0, "", 0};
-    at_text_reply model = {0, "", 0};
-    at_text_reply imei = {0, "", 0};
+    at_text_reply maker = {0};
+    at_text_reply model = {0};
+    at_text_reply imei = {0};
     if (good("Modem", at_cgmi(&maker)) && good("Modem", AT_cgmm(&model)) &&
         good("Modem", AT_imei(&imei))) {
         printf("%-12s %s %s, IMEI %s\n", "Modem", maker.text, model.text, imei.text);
@@ -37,12 +35,10 @@ static void show_identity(void) {
 }
 
 static void show_card(void) {
-    at_text_reply imsi = {0, "", 0};
-    at_pin_info pin;
-    at_scid_info card;
-    at_cnum_list numbers = {NULL, 0, 0};
-    memset(&pin, 0, sizeof pin);
-    memset(&card, 0, sizeof card);
+    at_text_reply imsi = {0};
+    at_pin_info pin = {0};
+    at_scid_info card = {0};
+    at_cnum_list numbers = {0};
     if (good("SIM", AT_imsi(&imsi)) && good("SIM", AT_SCID(&card)) &&
         good("SIM", AT_cpin_check(&pin)) && good("SIM", AT_Cnum(&numbers))) {
         printf("%-12s %s, IMSI %s, card %s, number %s\n", "SIM", pin.code, imsi.text, card.scid_num,
@@ -52,16 +48,11 @@ static void show_card(void) {
 }
 
 static void show_network(void) {
-    at_sysinfoex system;
-    at_cops_info selected;
-    at_creg_info registration;
-    at_hcsq_info signal;
-    at_csqlvl_info level;
-    memset(&system, 0, sizeof system);
-    memset(&selected, 0, sizeof selected);
-    memset(&registration, 0, sizeof registration);
-    memset(&signal, 0, sizeof signal);
-    memset(&level, 0, sizeof level);
+    at_sysinfoex system = {0};
+    at_cops_info selected = {0};
+    at_creg_info registration = {0};
+    at_hcsq_info signal = {0};
+    at_csqlvl_info level = {0};
     if (good("Network", AT_SysInfoEx(&system)) && good("Network", AT_Cops(&selected)) &&
         good("Network", AT_Creg(AT_CMD_TYPE_CHECK, &registration))) {
         printf("%-12s %s, %s%s, %s\n", "Network", selected.oper,
@@ -75,19 +66,17 @@ static void show_network(void) {
 }
 
 static void show_connection(void) {
-    at_ppp_info state;
-    at_dhcp_info address;
-    at_dsflow_info flow;
-    memset(&state, 0, sizeof state);
-    memset(&address, 0, sizeof address);
-    memset(&flow, 0, sizeof flow);
-    if (!good("Connection", AT_ndisdup(1, 1, NULL)) ||
-        !good("Connection", at_ppp_state(AT_CMD_TYPE_CHECK, &state)) ||
-        !good("Connection", AT_dhcp(1, &address))) {
+    at_ppp_info state = {0};
+    at_dhcp_info address = {0};
+    at_dsflow_info flow = {0};
+    if (!good("Connection", AT_ndisdup(1, 1, NULL))) {
         return;
     }
-    printf("%-12s %s, address %s, name server %s\n", "Connection", state.IPV4 == 1 ? "up" : "down",
-           address.IPAddr, address.pDNS);
+    if (good("Connection", at_ppp_state(AT_CMD_TYPE_CHECK, &state)) &&
+        good("Connection", AT_dhcp(1, &address))) {
+        printf("%-12s %s, address %s, name server %s\n", "Connection",
+               state.IPV4 == 1 ? "up" : "down", address.IPAddr, address.pDNS);
+    }
     osa_sleep(300);
     if (good("Flow", AT_Dsflowqry(&flow))) {
         printf("%-12s %llu bytes received, %llu sent\n", "Flow",
@@ -97,11 +86,10 @@ static void show_connection(void) {
 }
 
 static void show_time(void) {
-    at_nwtime_info now;
-    memset(&now, 0, sizeof now);
+    at_nwtime_info now = {0};
     if (good("Time", AT_NWTime(&now))) {
-        printf("%-12s %04d-%02d-%02d, %s\n", "Time", (int)now.year + 1900, (int)now.month + 1,
-               (int)now.day, now.zone);
+        printf("%-12s %04d-%02d-%02d, %s\n", "Time", now.year + 1900, now.month + 1, now.day,
+               now.zone);
     }
 }
 
@@ -113,9 +101,9 @@ static void show_menu(void) {
     if (good("Toolkit", AT_Stgi(AT_CMD_TYPE_SET, &count, &request, &items))) {
         printf("%-12s", "Toolkit");
         for (uint32_t i = 0; i < count; i++) {
-            printf(" %u %s%s", (unsigned)items[i].Identifier, items[i].MenuName,
-                   i + 1 < count ? "," : "\n");
+            printf("%s %u %s", i > 0 ? "," : "", (unsigned)items[i].Identifier, items[i].MenuName);
         }
+        printf("\n");
     }
     free(items);
 }

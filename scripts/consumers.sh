@@ -3,18 +3,27 @@
 # library_folder PREFIX: where the installed library lies.
 library_folder() { dirname "$(find "$1" -name libhearth.so)"; }
 
-# build_with_pkg_config PREFIX DIR: every C example, by flags from pkg-config alone.
+# program_of SOURCE: the name of an example's program, as examples/CMakeLists.txt has it.
+program_of() {
+    local name=${1%.*}
+    [ "$1" = "$name.cpp" ] && [ -e "$name.c" ] && name=$name-cpp
+    basename "$name"
+}
+
+# build_with_pkg_config PREFIX DIR: every example, by flags from pkg-config alone.
 build_with_pkg_config() {
-    local prefix=$1 out=$2 source
+    local prefix=$1 out=$2 source compiler
     export PKG_CONFIG_PATH
     PKG_CONFIG_PATH=$(library_folder "$prefix")/pkgconfig
     mkdir -p "$out"
-    for source in examples/*.c; do
+    for source in examples/*.c examples/*.cpp; do
+        compiler="cc -std=c11"
+        [ "${source##*.}" = cpp ] && compiler="c++ -std=c++20"
         # shellcheck disable=SC2046
-        cc -std=c11 -Wall -Wextra -Werror $(pkg-config --cflags hearth) "$source" \
-            -o "$out/$(basename "$source" .c)" $(pkg-config --libs hearth)
+        $compiler -Wall -Wextra -Werror $(pkg-config --cflags hearth) "$source" \
+            -o "$out/$(program_of "$source")" $(pkg-config --libs hearth)
     done
-    echo "$(ls examples/*.c | wc -l) C examples built with pkg-config"
+    echo "$(ls examples/*.c examples/*.cpp | wc -l) examples built with pkg-config"
 }
 
 # build_with_find_package PREFIX DIR: all examples, as the project in examples/.
@@ -25,13 +34,12 @@ build_with_find_package() {
     echo "$(ls examples/*.c examples/*.cpp | wc -l) examples built with find_package"
 }
 
-# run_identity PREFIX PROGRAM: asks the AT server of the installed tools in a device root.
-run_identity() {
-    local prefix=$1 program=$2 answer
-    answer=$(LD_LIBRARY_PATH=$(library_folder "$prefix") "$prefix/bin/hearth-root" -- bash -c '
-        "$1/bin/hearth-at-server" --scenario "$1/share/hearth/home.toml" &
-        for _ in $(seq 500); do [ -e /var/run/pidfile/ats.pid ] && break; sleep 0.02; done
-        "$2"' - "$prefix" "$program")
-    echo "$program: $answer"
-    [ "$answer" = "IMSI 001010123456789" ]
+# run_daemons PREFIX DIR: the daemons of DIR, in C and in C++, beside the installed servers.
+run_daemons() {
+    local prefix=$1 out=$PWD/$2 suffix
+    for suffix in "" -cpp; do
+        LD_LIBRARY_PATH=$(library_folder "$prefix") PATH=$prefix/bin:$PATH \
+            "$prefix/bin/hearth-root" -- scripts/consumers_desk.sh \
+            "$prefix/share/hearth/home.toml" "$out/" "$suffix"
+    done
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# install into build/stage, build the examples against it and run one
+# install into build/stage, build the examples against it and run their daemons on the desk
 cmake --preset release >build/release.log 2>&1 || { cat build/release.log; exit 1; }
 cmake --build --preset release --target hearth_installed
 rm -rf build/stage
@@ -7,5 +7,5 @@ cmake --install build/release --prefix build/stage/usr >build/install.log
 . scripts/consumers.sh
 build_with_pkg_config "$PWD/build/stage/usr" build/stage/pkg
 build_with_find_package "$PWD/build/stage/usr" build/stage/cmake
-run_identity "$PWD/build/stage/usr" build/stage/pkg/identity
-run_identity "$PWD/build/stage/usr" build/stage/cmake/identity
+run_daemons "$PWD/build/stage/usr" build/stage/pkg
+run_daemons "$PWD/build/stage/usr" build/stage/cmake
