@@ -36,14 +36,14 @@ static char *ssid_response(const char *ssid) {
  * that is returned goes to global_release_msg once it has been sent. A target of full length has no
  * terminator. */
 static char *on_request(char *target, uint32_t param, char *content) {
-    char ssid[64] = "";
-    uint32_t length = sizeof ssid;
     char *answer = NULL;
     (void)param;
     (void)content;
     if (strncmp(target, "/api/wlan", TARGET_SIZE) != 0) {
         return global_get_error_msg(NOT_SUPPORTED);
     }
+    char ssid[64] = "";
+    uint32_t length = sizeof ssid;
     if (cfg_get_config("wlan", "ssid", ssid, &length) == CFG_OK) {
         answer = ssid_response(ssid);
     }
