@@ -1,7 +1,7 @@
 /*
  * Hearth: the pool of threads that runs the bus handlers. One per process.
  *
- * init_notify makes it; a daemon may give it jobs of its own.
+ * init_notify makes it, unless the daemon did so before; a daemon may give it jobs of its own.
  */
 #ifndef HEARTH_THREADPOOL_H
 #define HEARTH_THREADPOOL_H
@@ -14,8 +14,8 @@ HEARTH_BEGIN_DECLS
 typedef void *(*pool_job_function)(void *argument);
 
 /*
- * Makes the pool with n threads. Returns 0, or -1 if memory or threads ran out; there is no pool
- * then.
+ * Makes the pool with n threads, at least 1. A pool that is there already stays as it is. Returns
+ * 0, or -1 if memory or threads ran out; there is no pool then.
  */
 HEARTH_API int32_t pool_init(int32_t n);
 

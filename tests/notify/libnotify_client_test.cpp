@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "hearth/notify.h"
+#include "hearth/threadpool.h"
 #include "notify/client_fixture.h"
 #include "support/bus.h"
 
@@ -505,6 +506,23 @@ TEST_F(Client, AHandlerMayCallBack) {
     peer_->send(make_frame(NOTIFY_CALL, NOTIFY_PLAIN, kOther, 20, 1));
     answer(6);
     EXPECT_EQ(expect_frame().header.ret_val, 7);
+}
+
+TEST(Connect, RunsHandlersOnAPoolThatTheDaemonMade) {
+    ScriptedServer server;
+    ASSERT_EQ(pool_init(1), 0);
+    ASSERT_EQ(init_notify(), 0);
+    Peer peer = server.accept();
+    ASSERT_EQ(register_notify_handler(kMe, call_back, nullptr), 0);
+    peer.receive();
+    peer.send(make_frame(NOTIFY_CALL, NOTIFY_PLAIN, kOther, kMe, 1));
+    auto request = peer.receive();
+    ASSERT_TRUE(request);
+    // On the receive thread the handler could not see this answer.
+    peer.send(answer_to(*request, 6));
+    auto answer = peer.receive();
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->header.ret_val, 7);
 }
 
 TEST_F(Client, WhatIsNoFrameOfOursIsDropped) {

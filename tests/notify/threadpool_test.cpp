@@ -56,7 +56,7 @@ TEST(ThreadPool, RefusesWhatItCannotDo) {
 
 TEST(ThreadPool, JobsStartInOrderAndTheFloodIsDroppedBehindThirty) {
     ASSERT_EQ(pool_init(1), 0);
-    EXPECT_EQ(pool_init(1), -1);
+    EXPECT_EQ(pool_init(4), 0) << "keeps the pool of one thread";
     ASSERT_EQ(pool_add_worker(wait_at_gate, nullptr), 0);
     usleep(50000);  // the thread takes that one; the rest waits
     std::vector<std::array<int32_t, 12>> frames(40);

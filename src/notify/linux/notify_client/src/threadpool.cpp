@@ -130,8 +130,11 @@ extern "C" HEARTH_API int32_t pool_init(int32_t n) {
     bool started = false;
     {
         hearth::MutexLock lock(g_queue_lock);
-        if (n < 1 || g_pool != nullptr) {
+        if (n < 1) {
             return -1;
+        }
+        if (g_pool != nullptr) {
+            return 0;  // whoever comes second works with the pool that is there
         }
         g_pool = make_pool(n);
         if (g_pool == nullptr) {
