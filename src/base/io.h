@@ -26,13 +26,13 @@ inline bool write_all(int fd, const void *data, size_t size) {
     return true;
 }
 
-// Reads until `size` bytes are there or the file ends. Returns the bytes read, -1 with errno set
-// on failure.
-inline ssize_t read_all(int fd, void *data, size_t size) {
-    char *next = static_cast<char *>(data);
+// Calls `transfer(next, left, done)`, a read of `left` bytes to `next`, until `size` bytes are
+// there or there are no more. Returns the bytes read, -1 with errno set on failure.
+template <typename Transfer>
+ssize_t read_with(void *data, size_t size, Transfer transfer) {
     size_t done = 0;
     while (done < size) {
-        ssize_t got = read(fd, next + done, size - done);
+        ssize_t got = transfer(static_cast<char *>(data) + done, size - done, done);
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -45,6 +45,20 @@ inline ssize_t read_all(int fd, void *data, size_t size) {
         done += static_cast<size_t>(got);
     }
     return static_cast<ssize_t>(done);
+}
+
+// Reads until `size` bytes are there or the file ends. Returns the bytes read, -1 with errno set
+// on failure.
+inline ssize_t read_all(int fd, void *data, size_t size) {
+    return read_with(data, size,
+                     [fd](char *next, size_t left, size_t) { return read(fd, next, left); });
+}
+
+// The same from a position of the file on.
+inline ssize_t pread_all(int fd, void *data, size_t size, off_t from) {
+    return read_with(data, size, [fd, from](char *next, size_t left, size_t done) {
+        return pread(fd, next, left, from + static_cast<off_t>(done));
+    });
 }
 
 // Milliseconds on the monotonic clock.

@@ -4,11 +4,16 @@
 #include <string>
 
 #include "hearth/xml.h"
+#include "support/faults.h"
 #include "xml/xml_dump.h"
 
 namespace {
 
+using hearth::test::arm_fault;
+using hearth::test::disarm_fault;
 using hearth::test::dump_parsed;
+using hearth::test::Fault;
+using hearth::test::kReads;
 
 struct Case {
     const char *text;
@@ -261,6 +266,25 @@ TEST(XmlParse, Files) {
     EXPECT_EQ(cl_xmlParseFile("/data", &tree), 20) << "a directory can be opened and not read";
     EXPECT_EQ(cl_xmlParseFile(nullptr, &tree), 1);
     EXPECT_EQ(cl_xmlParseFile("/data/x.xml", nullptr), 1);
+}
+
+TEST(XmlParse, FilesThatReadBadly) {
+    std::ofstream("/data/x.xml") << "<a>" << std::string(5000, 'x') << "</a>";
+    XML_Node *tree = nullptr;
+    arm_fault(Fault::kShort, kReads, 1, 0);
+    EXPECT_EQ(cl_xmlParseFile("/data/x.xml", &tree), 0) << "the rest is read too";
+    EXPECT_TRUE(disarm_fault());
+    ASSERT_NE(tree, nullptr);
+    EXPECT_EQ(strlen(tree->value), 5000u);
+    cl_xmlFreeNode(tree);
+    arm_fault(Fault::kFail, kReads, 1, EIO);
+    EXPECT_EQ(cl_xmlParseFile("/data/x.xml", &tree), 20);
+    EXPECT_TRUE(disarm_fault());
+    arm_fault(Fault::kFail, kReads, 1, EINTR);
+    EXPECT_EQ(cl_xmlParseFile("/data/x.xml", &tree), 0);
+    EXPECT_TRUE(disarm_fault());
+    cl_xmlFreeNode(tree);
+    EXPECT_EQ(cl_xmlParseFile("/proc/self/status", &tree), 20) << "no end can be found";
 }
 
 std::string repeat(const std::string &text, size_t count) {
