@@ -4,18 +4,31 @@
 #include <strings.h>
 #include <unistd.h>
 
-#include <array>
 #include <utility>
 
 #include "base/guard.h"
 #include "base/io.h"
 #include "hearth/xml.h"
 #include "xml/xml_parse_attributes.h"
+#include "xml/xml_parse_scan.h"
 #include "xml/xml_parse_text.h"
 #include "xml/xml_store.h"
 
 using hearth::xml::Arena;
 using hearth::xml::AttributeList;
+using hearth::xml::class_of;
+using hearth::xml::find_class;
+using hearth::xml::find_markup;
+using hearth::xml::kColon;
+using hearth::xml::kEndsName;
+using hearth::xml::kMayEndName;
+using hearth::xml::kOneByteToken;
+using hearth::xml::kQuote;
+using hearth::xml::kReference;
+using hearth::xml::kSpace;
+using hearth::xml::kTagStart;
+using hearth::xml::same_length;
+using hearth::xml::skip_space;
 
 namespace {
 
@@ -47,63 +60,6 @@ struct Parser {
     AttributeList attributes;
 };
 
-enum CharacterClass : uint8_t {
-    kSpace = 1,
-    kEndsName = 2,    // ends a name, white space included
-    kMayEndName = 4,  // ends a name as the start of "/>", "]]>" or "-->"
-    kOneByteToken = 8,
-    kColon = 16,
-    kReference = 32,  // "&"
-    kQuote = 64,      // either quote
-    kTagStart = 128,
-};
-
-constexpr auto kClasses = [] {
-    std::array<uint8_t, 256> classes{};
-    for (char c : {' ', '\t', '\r', '\n'}) {
-        classes[static_cast<uint8_t>(c)] = kSpace | kEndsName;
-    }
-    for (char c : {'>', '='}) {
-        classes[static_cast<uint8_t>(c)] = kEndsName | kOneByteToken;
-    }
-    for (char c : {'"', '\''}) {
-        classes[static_cast<uint8_t>(c)] = kEndsName | kOneByteToken | kQuote;
-    }
-    for (char c : {'/', ']', '-'}) {
-        classes[static_cast<uint8_t>(c)] = kMayEndName;
-    }
-    classes[':'] = kColon;
-    classes['&'] = kReference;
-    classes['<'] = kEndsName | kTagStart;
-    // The end of the document ends everything.
-    classes['\0'] = kEndsName | kQuote | kTagStart;
-    return classes;
-}();
-
-uint8_t class_of(char c) {
-    return kClasses[static_cast<uint8_t>(c)];
-}
-
-// The first byte from `text` on that is of one of the classes, of which the NUL must have one.
-template <uint8_t Classes>
-char *find_class(char *text) {
-    while (true) {
-        for (int i = 0; i < 4; ++i) {
-            if ((class_of(text[i]) & Classes) != 0) {
-                return text + i;
-            }
-        }
-        text += 4;
-    }
-}
-
-char *skip_space(char *text) {
-    while ((class_of(*text) & kSpace) != 0) {
-        ++text;
-    }
-    return text;
-}
-
 bool begins(const char *text, const char *with) {
     return strncmp(text, with, strlen(with)) == 0;
 }
@@ -124,16 +80,15 @@ char *skip_comment(char *start) {
     return end + 3;
 }
 
-// Skips white space, comments and processing instructions. False where one is broken, and for an
-// XML declaration, which stands at the start of a document only.
-bool skip_misc(Parser &parser) {
-    while (true) {
-        char *text = skip_space(parser.cursor);
-        parser.cursor = text;
+bool begins_misc(const char *text) {
+    return text[0] == '<' && (text[1] == '!' || text[1] == '?');
+}
+
+// Skips the comments and processing instructions at the cursor, and white space between them.
+bool skip_all_misc(Parser &parser) {
+    for (; begins_misc(parser.cursor); parser.cursor = skip_space(parser.cursor)) {
+        char *text = parser.cursor;
         char *next = nullptr;
-        if (text[0] != '<' || (text[1] != '!' && text[1] != '?')) {
-            return true;
-        }
         if (begins(text, "<!--")) {
             next = skip_comment(text);
         } else if (text[1] == '!') {
@@ -146,6 +101,14 @@ bool skip_misc(Parser &parser) {
         }
         parser.cursor = next;
     }
+    return true;
+}
+
+// Skips white space, comments and processing instructions. False where one is broken, and for an
+// XML declaration, which stands at the start of a document only.
+inline bool skip_misc(Parser &parser) {
+    parser.cursor = skip_space(parser.cursor);
+    return !begins_misc(parser.cursor) || skip_all_misc(parser);
 }
 
 bool is_empty_end(const char *text) {
@@ -198,12 +161,23 @@ char *token_end(Parser &parser) {
 // comment, or at what no token begins with, that is 0 and the cursor stays.
 inline size_t next_token(Parser &parser) {
     parser.cursor = skip_space(parser.cursor);
-    bool is_misc = *parser.cursor == '<' && (parser.cursor[1] == '!' || parser.cursor[1] == '?');
-    bool readable = !is_misc || skip_misc(parser);
+    bool readable = !begins_misc(parser.cursor) || skip_all_misc(parser);
     parser.token = parser.cursor;
     parser.token_after_space = (class_of(parser.cursor[-1]) & kSpace) != 0;
     parser.token_classes = 0;
     parser.cursor = readable ? token_end(parser) : parser.cursor;
+    parser.token_length = static_cast<size_t>(parser.cursor - parser.token);
+    return parser.token_length;
+}
+
+// The same where a name is expected: most begin right here, with a character of no class.
+inline size_t next_name(Parser &parser) {
+    if (class_of(*parser.cursor) != 0) {
+        return next_token(parser);
+    }
+    parser.token = parser.cursor;
+    parser.token_after_space = (class_of(parser.cursor[-1]) & kSpace) != 0;
+    parser.cursor = name_end(parser.cursor, &parser.token_classes);
     parser.token_length = static_cast<size_t>(parser.cursor - parser.token);
     return parser.token_length;
 }
@@ -332,18 +306,9 @@ void close_element(Parser &parser) {
     parser.current_open = false;
 }
 
-// The rest of a start tag whose "<" has been read.
-bool process_start_tag(Parser &parser) {
+// What follows the name of a start tag, unless it is the ">".
+bool process_start_tag_end(Parser &parser, XML_Node *element, char *end_of_name) {
     if (next_token(parser) == 0) {
-        return false;
-    }
-    XML_Node *element = hearth::xml::arena_node(parser.arena, XML_NODE_ELEMENT);
-    char *end_of_name = parser.cursor;
-    bool references = (parser.token_classes & kReference) != 0;
-    parser.plain_names &= (parser.token_classes & (kReference | kColon)) == 0;
-    if (element == nullptr ||
-        !take_text(parser, parser.token, parser.token_length, references, &element->name) ||
-        next_token(parser) == 0) {
         return false;
     }
     bool empty = token_is(parser, "/>");
@@ -362,17 +327,38 @@ bool process_start_tag(Parser &parser) {
     return true;
 }
 
+// The rest of a start tag whose "<" has been read.
+bool process_start_tag(Parser &parser) {
+    if (next_name(parser) == 0) {
+        return false;
+    }
+    XML_Node *element = hearth::xml::arena_node(parser.arena, XML_NODE_ELEMENT);
+    char *end_of_name = parser.cursor;
+    bool references = (parser.token_classes & kReference) != 0;
+    parser.plain_names &= (parser.token_classes & (kReference | kColon)) == 0;
+    if (element == nullptr ||
+        !take_text(parser, parser.token, parser.token_length, references, &element->name)) {
+        return false;
+    }
+    if (*end_of_name == '>') {
+        *end_of_name = '\0';
+        ++parser.cursor;
+        append_element(parser, element, true);
+        parser.step = Step::kAfterStartTag;
+        return true;
+    }
+    return process_start_tag_end(parser, element, end_of_name);
+}
+
 // Steps over the rest of an end tag that is just a name and its ">", as most are.
 bool skip_plain_end(Parser &parser, const char *name) {
     if (!parser.plain_names) {
         return false;
     }
-    char *text = parser.cursor;
-    for (; *name != '\0' && *name == *text; ++name) {
-        ++text;
-    }
+    size_t length = same_length(name, parser.cursor);
+    char *text = parser.cursor + length;
     // The name of an end tag that goes "a/>", "a-->" or "a]]>" ends earlier.
-    if (*name != '\0' || *text != '>' || (class_of(text[-1]) & kMayEndName) != 0) {
+    if (name[length] != '\0' || *text != '>' || (class_of(text[-1]) & kMayEndName) != 0) {
         return false;
     }
     parser.cursor = text + 1;
@@ -421,7 +407,7 @@ bool process_text(Parser &parser) {
     while (start[-1] == ' ') {
         --start;
     }
-    char *end = find_class<kTagStart | kReference>(parser.cursor);
+    char *end = find_markup(parser.cursor);
     bool references = *end == '&';
     if (references) {
         end = find_class<kTagStart>(end);

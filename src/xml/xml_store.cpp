@@ -90,14 +90,14 @@ Arena *arena_new(size_t length, char **document) {
     }
     // Room for an element every 25 bytes, so that a document is one block as a rule.
     size_t nodes = kMaxSlab == 0 ? 0 : (length / 25 + 2) * sizeof(Cell);
-    size_t before = sizeof(Arena) + length + 2;
+    size_t before = sizeof(Arena) + 1 + length + kDocumentPadding;
     char *start = static_cast<char *>(XML_Malloc(before + nodes));
     if (start == nullptr) {
         return nullptr;
     }
     *document = start + sizeof(Arena) + 1;
     (*document)[-1] = '\0';
-    (*document)[length] = '\0';
+    memset(*document + length, '\0', kDocumentPadding);
     size_t slab_size = std::clamp(length, kMinSlab, kMaxSlab);
     return new (start) Arena{{0}, nullptr, slab_size, start + before, start + before + nodes};
 }

@@ -27,8 +27,11 @@ struct Arena {
     char *end;
 };
 
+// So many bytes behind a document are there and 0, which lets it be read in words.
+constexpr size_t kDocumentPadding = sizeof(size_t);
+
 // A new arena for a document of `length` bytes; NULL when memory is out. `document` receives the
-// place for it, terminated already; the byte before it is there and 0. The arena ends with
+// place for it, with the padding behind it; the byte before it is there and 0. The arena ends with
 // arena_free, or with its last node.
 Arena *arena_new(size_t length, char **document);
 void arena_free(Arena *arena);

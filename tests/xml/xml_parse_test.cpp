@@ -268,6 +268,32 @@ TEST(XmlParse, Files) {
     EXPECT_EQ(cl_xmlParseFile("/data/x.xml", nullptr), 1);
 }
 
+// Names and texts are read in words; none of their ends may be missed or passed.
+TEST(XmlParse, NamesAndTextsOfEveryLength) {
+    for (size_t n = 1; n <= 18; ++n) {
+        std::string name(n, 'n');
+        std::string text(n * 7 % 19, 't');
+        std::string whole = "<" + name + ">" + text + "</" + name + ">";
+        XML_Node *tree = nullptr;
+        ASSERT_EQ(cl_xmlParse(whole.c_str(), &tree), 0) << whole;
+        EXPECT_EQ(tree->name, name);
+        EXPECT_EQ(tree->value == nullptr ? "" : tree->value, text);
+        cl_xmlFreeNode(tree);
+        for (size_t length = 0; length < whole.size(); ++length) {
+            EXPECT_NE(cl_xmlParse(whole.substr(0, length).c_str(), &tree), 0) << length;
+        }
+        for (size_t i = 0; i < n; ++i) {
+            std::string other = whole;
+            other[whole.size() - 2 - i] = 'm';
+            EXPECT_NE(cl_xmlParse(other.c_str(), &tree), 0) << other;
+            // The file ends at the zero byte, whatever stands behind it.
+            other[whole.size() - 2 - i] = '\0';
+            std::ofstream("/data/x.xml", std::ios::binary) << other + std::string(20, '>');
+            EXPECT_EQ(cl_xmlParseFile("/data/x.xml", &tree), 16) << n << " " << i;
+        }
+    }
+}
+
 TEST(XmlParse, FilesThatReadBadly) {
     std::ofstream("/data/x.xml") << "<a>" << std::string(5000, 'x') << "</a>";
     XML_Node *tree = nullptr;
