@@ -4,9 +4,11 @@
 #include <benchmark/benchmark.h>
 #include <glib.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 
 #include <string>
+#include <vector>
 
 #include "hearth/at_handlers.h"
 #include "hearth/at_parse.h"
@@ -39,6 +41,34 @@ void BM_creg(benchmark::State &state) {
     parse_text(state, "+CREG", kCreg, 1, AT_ACTION_READ);
 }
 BENCHMARK(BM_creg);
+
+// The blocks of that list alone: what any list of this shape costs.
+void BM_allocations_creg(benchmark::State &state) {
+    std::string text = kCreg;
+    at_parse_result *list = nullptr;
+    at_cmd_parse(&list, "+CREG", text.data(), 1, AT_ACTION_READ);
+    std::vector<size_t> sizes;
+    for (at_parse_result *field = list; field != nullptr; field = field->next_field) {
+        for (const char *part : {field->AtFieldName, field->AtFieldValue}) {
+            if (part != nullptr) {
+                sizes.push_back(strlen(part) + 1);
+            }
+        }
+        sizes.push_back(sizeof *field);
+    }
+    free_at_cmd(list);
+    std::vector<void *> blocks(sizes.size());
+    for (auto _ : state) {
+        for (size_t i = 0; i < sizes.size(); i++) {
+            blocks[i] = malloc(sizes[i]);
+            benchmark::DoNotOptimize(blocks[i]);
+        }
+        for (void *block : blocks) {
+            free(block);
+        }
+    }
+}
+BENCHMARK(BM_allocations_creg);
 
 // The lookup of the last row of the longest table.
 void BM_last_row(benchmark::State &state) {

@@ -21,12 +21,12 @@ const std::string kLayers[] = {kWeb + "/data/userdata/lan", "/app/config/lan",
                                kWeb + "/WebApp/00101/config/lan",
                                kWeb + "/WebApp/common/config/lan"};
 
-// A file of about 2 KB with the item at its end.
-void write_layer(const std::string &directory, bool with_item) {
+// 50 items are about 2 KB. The wanted one is the last.
+void write_layer(const std::string &directory, bool with_item, int64_t items = 50) {
     std::filesystem::create_directories(directory);
     std::ofstream file(directory + "/config.xml");
     file << "<config>";
-    for (int i = 0; i < 50; i++) {
+    for (int64_t i = 0; i < items; i++) {
         file << "<item" << i << ">value number " << i << "</item" << i << ">\n";
     }
     file << (with_item ? "<wanted>answer</wanted></config>" : "</config>");
@@ -43,8 +43,7 @@ void prepare(size_t answering) {
     }
 }
 
-void BM_LookupInLayer(benchmark::State &state) {
-    prepare(static_cast<size_t>(state.range(0)));
+void look_up(benchmark::State &state) {
     char value[64];
     for (auto _ : state) {
         uint32_t length = sizeof value;
@@ -54,9 +53,21 @@ void BM_LookupInLayer(benchmark::State &state) {
         }
     }
 }
-BENCHMARK(BM_LookupInLayer)->DenseRange(0, 3);
 
-void BM_OpenReadClose(benchmark::State &state) {
+void lookup_in_layer(benchmark::State &state) {
+    prepare(static_cast<size_t>(state.range(0)));
+    look_up(state);
+}
+BENCHMARK(lookup_in_layer)->DenseRange(0, 3);
+
+void lookup_among(benchmark::State &state) {
+    prepare(0);
+    write_layer(kLayers[0], true, state.range(0));
+    look_up(state);
+}
+BENCHMARK(lookup_among)->Arg(10)->Arg(50)->Arg(100)->Arg(1000);
+
+void open_read_close(benchmark::State &state) {
     prepare(0);
     char text[8192];
     for (auto _ : state) {
@@ -65,9 +76,9 @@ void BM_OpenReadClose(benchmark::State &state) {
         close(fd);
     }
 }
-BENCHMARK(BM_OpenReadClose);
+BENCHMARK(open_read_close);
 
-void BM_PugixmlParseAndFind(benchmark::State &state) {
+void pugixml_load_and_find(benchmark::State &state) {
     prepare(0);
     for (auto _ : state) {
         pugi::xml_document document;
@@ -75,6 +86,6 @@ void BM_PugixmlParseAndFind(benchmark::State &state) {
         benchmark::DoNotOptimize(document.child("config").child("wanted").child_value());
     }
 }
-BENCHMARK(BM_PugixmlParseAndFind);
+BENCHMARK(pugixml_load_and_find);
 
 }  // namespace

@@ -7,10 +7,10 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <lmdb.h>
+#include <malloc.h>
 #include <sqlite3.h>
 #include <string.h>
 #include <sys/stat.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,6 +20,7 @@
 #include <random>
 #include <vector>
 
+#include "bench/processes.h"
 #include "hearth/mdblite.h"
 
 namespace {
@@ -296,12 +297,6 @@ std::vector<uint32_t> random_keys(uint32_t count) {
     return keys;
 }
 
-double processor_seconds() {
-    timespec now{};
-    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
-    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
-}
-
 enum class Work { kInsert, kUpdate, kDelete, kSelect };
 
 template <typename Store>
@@ -337,11 +332,11 @@ void work(benchmark::State &state) {
                 store.insert(key);
             }
         }
-        double start = processor_seconds();
+        double start = hearth::bench::cpu_seconds();
         for (uint32_t key : keys) {
             run_one(store, kWork, key);
         }
-        state.SetIterationTime((processor_seconds() - start) / count);
+        state.SetIterationTime((hearth::bench::cpu_seconds() - start) / count);
     }
 }
 
@@ -364,8 +359,44 @@ WORK(Hearth, kSelect);
 WORK(Lmdb, kSelect);
 WORK(Sqlite, kSelect);
 // How the store grows.
-BENCHMARK(work<Hearth, Work::kInsert>)->Arg(100)->Arg(1000)->UseManualTime()->Iterations(20);
-BENCHMARK(work<Hearth, Work::kSelect>)->Arg(100)->Arg(1000)->UseManualTime()->Iterations(20);
+BENCHMARK(work<Hearth, Work::kInsert>)
+    ->Arg(100)
+    ->Arg(1000)
+    ->Arg(30000)
+    ->UseManualTime()
+    ->Iterations(20);
+BENCHMARK(work<Hearth, Work::kSelect>)
+    ->Arg(100)
+    ->Arg(1000)
+    ->Arg(30000)
+    ->UseManualTime()
+    ->Iterations(20);
+
+// What a filled store takes, a record: of the heap, and on the disk.
+template <typename Store>
+void records(benchmark::State &state) {
+    for (auto _ : state) {
+        clean_folder();
+        auto heap = [] {
+            struct mallinfo2 info = mallinfo2();
+            return static_cast<double>(info.uordblks + info.hblkhd);
+        };
+        double before = heap();
+        Store store;
+        for (uint32_t key : random_keys(kRecords)) {
+            store.insert(key);
+        }
+        state.counters["memory"] = (heap() - before) / kRecords;
+        uintmax_t size = 0;
+        for (const auto &entry : std::filesystem::directory_iterator(kFolder)) {
+            size += entry.file_size();
+        }
+        state.counters["file"] = static_cast<double>(size) / kRecords;
+    }
+}
+BENCHMARK(records<Hearth>)->Iterations(1);
+BENCHMARK(records<Lmdb>)->Iterations(1);
+BENCHMARK(records<Sqlite>)->Iterations(1);
 
 void open_and_cache(benchmark::State &state) {
     clean_folder();

@@ -28,7 +28,11 @@
 #include <vector>
 
 #include "base/io.h"
+#include "bench/processes.h"
 #include "hearth/notify.h"
+
+using hearth::bench::cpu_seconds;
+using hearth::bench::now_ns;
 
 namespace {
 
@@ -260,27 +264,6 @@ std::vector<pid_t> start_peer(const std::string &name) {
     return started[name];
 }
 
-double cpu_seconds(clockid_t clock) {
-    timespec used{};
-    clock_gettime(clock, &used);
-    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
-}
-
-double cpu_seconds(const std::vector<pid_t> &others) {
-    double sum = cpu_seconds(CLOCK_PROCESS_CPUTIME_ID);
-    for (pid_t pid : others) {
-        clockid_t clock{};
-        sum += clock_getcpuclockid(pid, &clock) == 0 ? cpu_seconds(clock) : 0;
-    }
-    return sum;
-}
-
-int64_t now_ns() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
 // One caller of each kind. ask() sends a message and waits for its echo; tell() does not wait.
 struct Ours {
     static constexpr char kKind[] = "ours";
@@ -412,6 +395,8 @@ CALLS(Ours);
 CALLS(SdBus);
 CALLS(Zmq);
 CALLS(Relay);
+// How the bus grows.
+BENCHMARK(call<Ours>)->Arg(64)->Threads(2)->Threads(4)->UseRealTime();
 BENCHMARK(post<Ours>)->UseRealTime();
 BENCHMARK(post<SdBus>)->UseRealTime();
 

@@ -10,22 +10,12 @@
 #include <pugixml.hpp>
 #include <string>
 
+#include "bench/xml_document.h"
 #include "hearth/xml.h"
 
-namespace {
+using hearth::bench::document_of;
 
-// Settings as a router keeps them: short names, short values, some attributes, a few escapes.
-std::string document_of(size_t size) {
-    std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<config>\n";
-    for (int i = 0; text.size() < size; ++i) {
-        std::string number = std::to_string(i);
-        text += "<section id=\"" + number + "\" name=\"wan" + number + "\">\n<enabled>" +
-                std::to_string(i % 2) + "</enabled>\n<address>192.168." + std::to_string(i % 256) +
-                ".1</address>\n<description>port " + number +
-                " &amp; its profile</description>\n<mtu>1500</mtu>\n<empty/>\n</section>\n";
-    }
-    return text + "</config>\n";
-}
+namespace {
 
 void finish(benchmark::State &state, const std::string &text) {
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
@@ -148,7 +138,28 @@ void sizes(benchmark::internal::Benchmark *benchmark) {
     benchmark->Arg(2 << 10)->Arg(64 << 10)->Arg(1 << 20);
 }
 
-BENCHMARK(parse_hearth)->Apply(sizes);
+// How the parse and the release of a tree grow.
+void free_deep(benchmark::State &state) {
+    std::string text;
+    for (int64_t i = 0; i < state.range(0); ++i) {
+        text += "<a>";
+    }
+    for (int64_t i = 0; i < state.range(0); ++i) {
+        text += "</a>";
+    }
+    for (auto _ : state) {
+        state.PauseTiming();
+        XML_Node *tree = nullptr;
+        if (cl_xmlParse(text.c_str(), &tree) != 0) {
+            state.SkipWithError("refused");
+        }
+        state.ResumeTiming();
+        cl_xmlFreeNode(tree);
+    }
+}
+
+BENCHMARK(parse_hearth)->Apply(sizes)->Arg(16 << 10)->Arg(256 << 10);
+BENCHMARK(free_deep)->RangeMultiplier(10)->Range(100, 100000);
 BENCHMARK(parse_pugixml)->Apply(sizes);
 BENCHMARK(parse_tinyxml2)->Apply(sizes);
 BENCHMARK(parse_libxml2)->Apply(sizes);
