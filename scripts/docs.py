@@ -5,7 +5,7 @@
 <!-- run-with: PACKAGE... --> is only run when asked for with --all;
 <!-- prints --> is what the block before must print, at the end of its output;
 <!-- shows --> is a part of it;
-<!-- desk --> is typed into ./demo --shell, one session a page: behind "$ " a command, then what it
+<!-- desk --> is typed into ./demo --shell, one shell a page: behind "$ " a command, then what it
 prints;
 <!-- from: FILE --> is a block that must stand in FILE to the letter.
 
@@ -49,7 +49,7 @@ def run(block):
 
 
 def faults_of_desk(blocks):
-    """A desk session: what its commands print against what the page says."""
+    """A shell on the desk: what its commands print against what the page says."""
     steps = [step.partition("\n") for block in blocks
              for step in re.split(r"^\$ ", block, flags=re.M)[1:]]
     # The modem has told its first reports by then, as it has when somebody types.
