@@ -1,101 +1,107 @@
-// Replies through the message, phonebook and PIN commands. Input: member, Ret_val, then the reply.
-#include <stddef.h>
-#include <stdint.h>
-#include <stdlib.h>
-#include <string.h>
-
-#include <algorithm>
-#include <iterator>
-#include <memory>
-
-#include "hearth/at_lib.h"
+// Replies through the message, phonebook and PIN commands. at_member.h tells the form of the input.
+// libFuzzer: -max_len=1600 -dict=fuzz/at.dict
+#include "at_member.h"
 #include "hearth/at_pb.h"
 #include "hearth/at_security.h"
 #include "hearth/at_sms.h"
 
 namespace {
 
-const uint8_t *g_reply;
-size_t g_length;
-int32_t g_ret_val;
+using hearth::fuzz::call;
+using hearth::fuzz::require;
+using hearth::fuzz::take_list;
 
-// A record of exact size, so that a sanitizer sees a step beyond it.
-template <auto Function, typename Record>
-void query() {
-    auto record = std::make_unique<Record>();
-    (void)!Function(record.get());
-}
-
-template <auto Function, typename In, typename Out>
-void exchange() {
-    auto in = std::make_unique<In>();
-    auto out = std::make_unique<Out>();
-    (void)!Function(in.get(), out.get());
-}
+constexpr char kFacility[] = "SC";
+constexpr char kPin[] = "1234";
 
 void list_messages() {
     auto list = std::make_unique<at_cmgd_list>();
-    (void)!AT_Cmgd(AT_CMD_TYPE_CHECK, nullptr, list.get());
-    free(list->indexes);
+    int32_t result = AT_Cmgd(AT_CMD_TYPE_CHECK, nullptr, list.get());
+    take_list(result, list->indexes, list->count);
 }
 
 void unread() {
-    auto indexes = std::make_unique<uint32_t[]>(3);
+    constexpr uint32_t kRoom = 3;
+    auto indexes = std::make_unique<uint32_t[]>(kRoom);
     uint32_t count = 0;
-    (void)!AT_Cmgi_unread_sms(indexes.get(), 3, &count);
+    (void)!AT_Cmgi_unread_sms(indexes.get(), kRoom, &count);
+    require(count <= kRoom);
 }
 
+template <char Mode>
 void lock() {
-    at_clck_req in{"SC", "2", ""};
+    at_clck_req in{"SC", {Mode}, "1234"};
     auto out = std::make_unique<at_clck_rsp>();
     (void)!AT_PinEnableDisableCmd(AT_CMD_TYPE_SET, &in, out.get());
 }
 
-constexpr void (*kMembers[])() = {
+template <uint32_t Operation, uint32_t NameLength>
+void write_entry() {
+    auto entry = std::make_unique<at_cpbw_req>();
+    entry->op = Operation;
+    entry->text_length = NameLength;
+    (void)!AT_Cpbw(1, entry.get(), 0);
+}
+
+void raw_message() {
+    at_hcmgr_req in{};
+    auto out = std::make_unique<at_hcmgr_msg>();
+    (void)!AT_Hcmgr(&in, out.get());
+    require(out->length <= sizeof out->body);
+}
+
+void read_entry() {
+    at_cpbr_req in{};
+    auto out = std::make_unique<at_cpbr_info>();
+    (void)!AT_Cpbr(1, &in, out.get());
+    require(out->text_length <= sizeof out->text);
+}
+
+constexpr hearth::fuzz::AtMember kMembers[] = {
     list_messages,
+    call<AT_Cmgd, AT_CMD_TYPE_SET>,
     unread,
-    lock,
-    exchange<AT_Cmgs, at_sms_pdu_req, at_sms_rsp>,
-    exchange<AT_Cmgw, at_sms_pdu_req, at_sms_rsp>,
-    exchange<AT_Cmss, at_cmss_req, at_sms_rsp>,
-    exchange<AT_Cpms_Execute, at_cpms_info, at_cpms_info>,
-    exchange<AT_Hcmgr, at_hcmgr_req, at_hcmgr_msg>,
-    exchange<AT_Hcmgw, at_hcmgw_req, at_sms_rsp>,
-    exchange<AT_Cpbr_Execute, at_cpbr_req, at_cpbr_info>,
-    exchange<AT_Cpbr_Test, at_cpbr_req, at_cpbr_info>,
-    query<AT_Cmgr, at_cmgr_msg>,
-    query<AT_Cpms_Check, at_cpms_info>,
-    query<AT_Cpms_test, at_cpms_media>,
-    query<AT_Csca_Check, at_csca_info>,
-    query<AT_smmode_Check, at_sms_rsp>,
-    query<AT_cscb_Check, at_cscb_info>,
-    query<AT_cnmi_Check, at_cnmi_info>,
-    query<AT_Cmsr_Check, at_sms_rsp>,
-    query<AT_smmemfull, at_smmemfull_info>,
-    query<AT_Cpbs_Check, at_cpbs_info>,
-    query<AT_PinManagement_Check, at_pin_info>,
-    query<AT_PinManagementEx_Check, at_pin_info_ex>,
+    call<AT_Cmgs>,
+    call<AT_Cmgw>,
+    call<AT_Cmgr>,
+    call<AT_Cpms, AT_CMD_TYPE_CHECK, nullptr>,
+    call<AT_Cpms, AT_CMD_TYPE_SET>,
+    call<AT_Cpms_test>,
+    call<AT_Csca, AT_CMD_TYPE_CHECK, nullptr>,
+    call<AT_Csca, AT_CMD_TYPE_SET>,
+    call<AT_smmode, AT_CMD_TYPE_CHECK>,
+    call<AT_smmode, AT_CMD_TYPE_SET>,
+    call<AT_cscb, AT_CMD_TYPE_CHECK>,
+    call<AT_cscb, AT_CMD_TYPE_SET>,
+    call<AT_cnmi, AT_CMD_TYPE_CHECK>,
+    call<AT_cnmi, AT_CMD_TYPE_SET>,
+    call<AT_Cmss>,
+    call<AT_Cmsr, AT_CMD_TYPE_CHECK, 0>,
+    call<AT_Cmsr, AT_CMD_TYPE_SET, 1>,
+    call<AT_Cmmt, 1, 1>,
+    call<AT_smmemfull>,
+    call<AT_Hsmsss>,
+    call<AT_Hcmgs>,
+    raw_message,
+    call<AT_Hcmgw>,
+    call<AT_Cpbs, AT_CMD_TYPE_CHECK, nullptr>,
+    call<AT_Cpbs, AT_CMD_TYPE_SET>,
+    read_entry,
+    call<AT_Cpbr, 2>,
+    write_entry<AT_CPBW_ADD, 512>,
+    write_entry<AT_CPBW_DELETE, 0>,
+    call<AT_PinManagement, AT_CMD_TYPE_CHECK, nullptr, nullptr>,
+    call<AT_PinManagement, AT_CMD_TYPE_SET, kPin, nullptr>,
+    call<AT_PinManagement, AT_CMD_TYPE_SET, kPin, kPin>,
+    call<AT_PinManagementEx, AT_CMD_TYPE_CHECK, nullptr, nullptr>,
+    call<AT_PinManagementEx, AT_CMD_TYPE_SET, kPin, kPin>,
+    lock<'1'>,
+    lock<'2'>,
+    call<AT_PinModify, kFacility, kPin, kPin>,
 };
 
 }  // namespace
 
-// Stands in for the channel.
-extern "C" int32_t GetDataFromAtServer(at_server_msg *message) {
-    size_t length = std::min(g_length, sizeof message->report - 1);
-    memset(message->report, 0, sizeof message->report);
-    memcpy(message->report, g_reply, length);
-    message->report_len = static_cast<uint32_t>(length);
-    message->Ret_val = g_ret_val;
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    if (size < 2) {
-        return 0;
-    }
-    g_ret_val = data[1] % 6;
-    g_reply = data + 2;
-    g_length = size - 2;
-    kMembers[data[0] % std::size(kMembers)]();
-    return 0;
+std::span<const hearth::fuzz::AtMember> hearth::fuzz::members() {
+    return kMembers;
 }

@@ -1,6 +1,7 @@
 // Replies through the parser of any table, row and action, and through the parsers with a format
 // of the fuzzer's own. Input: table, row, action, then the text; beyond the last table the text
 // begins with a format that ends at its first zero byte.
+// libFuzzer: -max_len=1600 -dict=fuzz/at.dict
 #include <stddef.h>
 #include <stdint.h>
 #include <stdlib.h>

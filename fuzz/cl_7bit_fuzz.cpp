@@ -1,4 +1,5 @@
 // Septet readers and unpackers on any bytes, and the way back from what they made.
+// libFuzzer: -max_len=512
 #include "hearth/cl_7bit.h"
 
 #include "exact_copy.h"

@@ -1,4 +1,5 @@
 // Base64 text of any characters, and bytes there and back.
+// libFuzzer: -max_len=512
 #include "hearth/cl_base64.h"
 
 #include "exact_copy.h"

@@ -1,4 +1,5 @@
 // UTF-8, hexadecimal text, numbers and bytes of the air, whatever they hold.
+// libFuzzer: -max_len=512
 #include "hearth/cl_convertor.h"
 
 #include "exact_copy.h"

@@ -1,4 +1,5 @@
 // The forms of SIM records and quoted texts, whatever they hold. The first byte chooses.
+// libFuzzer: -max_len=512
 #include "hearth/cl_xcodec.h"
 
 #include "exact_copy.h"

@@ -1,4 +1,5 @@
 // Texts for des_decrypt_base64, and texts there and back. Input: mode, capacity, then the text.
+// libFuzzer: -max_len=512
 #include <stddef.h>
 #include <stdint.h>
 #include <stdlib.h>

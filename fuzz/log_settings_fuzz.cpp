@@ -1,4 +1,5 @@
 // Any bytes as the log's settings file. Runs in a device root.
+// libFuzzer: -max_len=2048 -dict=fuzz/xml.dict
 
 #include <stdint.h>
 #include <stdio.h>

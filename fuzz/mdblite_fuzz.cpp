@@ -152,7 +152,7 @@ void operate(Table &owner, uint8_t operation) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-    size_t length = size < 2 ? 0 : std::min<size_t>(data[0] | data[1] << 8, size - 2);
+    size_t length = size < 2 ? 0 : std::min<size_t>(data[0] | size_t{data[1]} << 8, size - 2);
     const uint8_t *table_bytes = data + std::min<size_t>(size, 2);
     const uint8_t *rest = table_bytes + length;
     auto rest_size = static_cast<size_t>(data + size - rest);

@@ -1,5 +1,6 @@
 // The parser on any bytes, and the tree functions on what it takes. The first line of the input
 // is a path for the lookups, the rest a document.
+// libFuzzer: -max_len=2048 -dict=fuzz/xml.dict
 #include <stdint.h>
 #include <stdlib.h>
 
