@@ -1,4 +1,4 @@
-// Septet readers and unpackers on any bytes, and the way back from what they made.
+// Any bytes as septets and as octets to unpack, and back from what they made; as text to write.
 // libFuzzer: -max_len=512
 #include "hearth/cl_7bit.h"
 
@@ -27,6 +27,28 @@ void read_septets(const uint8_t *septets, uint32_t count, cl_7bitLanguage langua
             language.shift_table != 0);
 }
 
+// Text of 8-bit characters and of UCS-2 into septets, of which each takes two at most.
+void write_septets(const uint8_t *bytes, uint32_t count, cl_7bitLanguage language) {
+    Exact<uint8_t> septets(2 * size_t{count} + 1);
+    uint32_t length = 1;
+    Exact<char> text(bytes, count);
+    cl_asciiTo7BITEx(text.get(), count, septets.get(), &length, &language);
+    require(length <= 2 * count);
+    Exact<uint16_t> wide(count + 1);
+    length = count + 1;
+    require(cl_8bitDecode(bytes, count, wide.get(), &length) == CL_TEXT_OK && length == count);
+    for (uint32_t i = 0; i + 1 < count; i++) {
+        wide.get()[i] = static_cast<uint16_t>(wide.get()[i] << 8 | bytes[i + 1]);
+        uint32_t escaped = 0;
+        cl_7bitCheck_Ex(wide.get()[i], language.language, &escaped);
+        uint16_t folded = 0;
+        cl_convert_Spanish_to_gsmdef(wide.get()[i], &folded);
+    }
+    length = 1;
+    cl_ucs2To7BITEx(wide.get(), count, septets.get(), &length, &language);
+    require(length <= 2 * count);
+}
+
 void unpack(const uint8_t *octets, uint32_t count, uint16_t shift) {
     Exact<uint8_t> septets(size_t{count} * 8 / 7 + 2);
     uint32_t length = count / 7 * 8;
@@ -48,6 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     Exact<uint8_t> input(data + 1, size - 1);
     uint32_t count = static_cast<uint32_t>(size - 1);
     read_septets(input.get(), count, {{data[0] & 7u}, {data[0] >> 3 & 7u}});
+    write_septets(input.get(), count, {{data[0] & 7u}, {data[0] >> 3 & 7u}});
     unpack(input.get(), count, data[0] & 7);
     Exact<uint16_t> text(size);
     int32_t length = 0;

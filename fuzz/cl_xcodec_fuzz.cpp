@@ -7,12 +7,42 @@
 using hearth::fuzz::Exact;
 using hearth::fuzz::require;
 
+namespace {
+
+// A text that a form takes has the length that the form says. Form 80 comes back as it was.
+void write_forms(const uint8_t *bytes, uint32_t count) {
+    uint32_t units = count / 2;
+    Exact<uint16_t> text(units + 1);
+    for (uint32_t i = 0; i < units; i++) {
+        text.get()[i] = static_cast<uint16_t>(bytes[2 * i] << 8 | bytes[2 * i + 1]);
+    }
+    Exact<uint8_t> form(2 * size_t{units} + 4);
+    uint32_t length = units + 3;
+    if (cl_encode81(text.get(), units, form.get(), &length) == CL_TEXT_OK) {
+        require(length == units + 3);
+    }
+    length = units + 4;
+    if (cl_encode82(text.get(), units, form.get(), &length) == CL_TEXT_OK) {
+        require(length == units + 4);
+    }
+    length = 2 * units + 1;
+    if (cl_encode80(text.get(), units, form.get(), &length) == CL_TEXT_OK) {
+        Exact<uint16_t> again(units + 1);
+        uint32_t back = units + 1;
+        require(cl_decode80(form.get(), length, again.get(), &back) == CL_TEXT_OK && back == units);
+        require(std::equal(text.get(), text.get() + units, again.get()));
+    }
+}
+
+}  // namespace
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size < 2) {
         return 0;
     }
     uint32_t count = static_cast<uint32_t>(size - 1);
     Exact<uint8_t> bytes(data + 1, count);
+    write_forms(bytes.get(), count);
     for (auto decode : {cl_decode80, cl_decode81, cl_decode82}) {
         uint32_t promised = count > 1 ? bytes.get()[1] : 0u;
         Exact<uint16_t> text(std::max(promised, count) + 1);
