@@ -1,8 +1,5 @@
 #!/usr/bin/env bash
-# the bus under load and the table store on random operations, for minutes
+# everything at once in one device root, with random kills, for MINUTES (default 2)
 cmake --preset release >/dev/null
-cmake --build --preset release --target notify_load_test mdblite_model_test hearth-notify-server hearth-root
-# Calls and restarts of the bus; times as many seeds for the store.
-export HEARTH_SOAK_CALLS=${HEARTH_SOAK_CALLS:-100000} HEARTH_SOAK_RESTARTS=${HEARTH_SOAK_RESTARTS:-10}
-export HEARTH_SOAK_ROUNDS=${HEARTH_SOAK_ROUNDS:-100}
-ctest --preset release -R 'notify_load_test|mdblite_model_test' --timeout 1200 "$@"
+cmake --build --preset release --target hearth-soak
+build/release/device/root/hearth-root -- build/release/tests/hearth-soak --minutes "${1:-2}" "${@:2}"

@@ -1,7 +1,7 @@
 // The bus under load and faults: several processes through the notify server.
 //
-// HEARTH_SOAK_CALLS sets the number of calls of the load test (10,000 without it, the soak job
-// takes 100,000) and HEARTH_SOAK_RESTARTS that of the restarts (3 without it).
+// HEARTH_SOAK_CALLS sets the number of calls of the load test (10,000 without it)
+// and HEARTH_SOAK_RESTARTS that of the restarts (3 without it).
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -11,35 +10,9 @@
 #include <vector>
 
 #include "hearth/at_lib.h"
+#include "support/process.h"
 
 namespace hearth::test {
-
-// Runs a program with arguments; its standard error goes to a file when one is named.
-inline pid_t launch(const std::string &program, std::vector<std::string> arguments,
-                    const std::string &errors = "") {
-    pid_t id = fork();
-    if (id != 0) {
-        return id;
-    }
-    if (!errors.empty() && freopen(errors.c_str(), "w", stderr) == nullptr) {
-        _exit(126);
-    }
-    std::vector<char *> words;
-    std::string path = HEARTH_BINARY_DIR "/device/" + program;
-    words.push_back(path.data());
-    for (std::string &argument : arguments) {
-        words.push_back(argument.data());
-    }
-    words.push_back(nullptr);
-    execv(path.c_str(), words.data());
-    _exit(127);
-}
-
-inline int ended(pid_t id) {
-    int status = 0;
-    waitpid(id, &status, 0);
-    return status;
-}
 
 class Desk {
   public:
