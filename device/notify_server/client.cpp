@@ -16,6 +16,12 @@ namespace {
 // A buffer that grew for one large frame goes back to this.
 constexpr size_t kKeptCapacity = 64 * 1024;
 
+constexpr size_t kMostAsked = 16384;
+
+uint64_t request_key(uint32_t module, uint32_t number) {
+    return uint64_t{module} << 32 | number;
+}
+
 // Moves what is left to the front of the buffer and gives spare memory back.
 void compact(std::vector<uint8_t> *buffer, size_t *start) {
     buffer->erase(buffer->begin(), buffer->begin() + static_cast<ptrdiff_t>(*start));
@@ -75,6 +81,24 @@ void Client::consume(const Frame &frame) {
     if (in_start_ == in_.size()) {
         compact(&in_, &in_start_);
     }
+}
+
+void Client::note_request(const msg_header &request, uint64_t from) {
+    // A client that never answers must not collect them.
+    if (asked_.size() >= kMostAsked) {
+        asked_.clear();
+    }
+    asked_[request_key(request.src_mid, request.seq_num)] = from;
+}
+
+bool Client::answers_another(const msg_header &answer, uint64_t to) {
+    auto found = asked_.find(request_key(answer.des_mid, answer.seq_num));
+    if (found == asked_.end()) {
+        return false;
+    }
+    bool another = found->second != to;
+    asked_.erase(found);
+    return another;
 }
 
 // Returns the bytes that left; all of them once the peer is deaf.

@@ -5,6 +5,7 @@
 #include <stdint.h>
 
 #include <bitset>
+#include <unordered_map>
 #include <vector>
 
 #include "hearth/notify_frame.h"
@@ -34,12 +35,15 @@ enum class Input {
 
 class Client {
   public:
-    Client(int fd, const Limits &limits) : fd_(fd), limits_(limits) {}
+    // `number` tells the connection from all others, also from those before it.
+    Client(int fd, uint64_t number, const Limits &limits)
+        : fd_(fd), number_(number), limits_(limits) {}
     Client(const Client &) = delete;
     Client &operator=(const Client &) = delete;
     ~Client();
 
     int fd() const { return fd_; }
+    uint64_t number() const { return number_; }
 
     // Takes what one read gives. False when the peer closed or the socket failed.
     bool receive();
@@ -54,6 +58,11 @@ class Client {
     // nowhere: what the peer sent before is still read, and its end shows there.
     void flush();
     size_t queued() const { return out_.size() - out_start_; }
+    // Notes that a request went here, and from which connection.
+    void note_request(const msg_header &request, uint64_t from);
+    // Whether the connection is not the one whose request this answers. Forgets the request.
+    bool answers_another(const msg_header &answer, uint64_t to);
+
     // No room for another frame: its senders have to wait.
     bool full() const { return queued() > limits_.queue; }
     // Time of the last step forward of the queue, on the monotonic clock.
@@ -70,6 +79,7 @@ class Client {
     size_t send_now(const void *bytes, size_t size);
 
     int fd_;
+    const uint64_t number_;
     const Limits &limits_;
     std::vector<uint8_t> in_;
     size_t in_start_ = 0;
@@ -77,6 +87,8 @@ class Client {
     std::vector<uint8_t> out_;
     size_t out_start_ = 0;
     int64_t progress_ms_ = 0;
+    // By module and number of the request: the connection that sent it.
+    std::unordered_map<uint64_t, uint64_t> asked_;
     bool deaf_ = false;  // the peer takes nothing any more
 };
 

@@ -32,6 +32,10 @@ bool is_request(const msg_header &header) {
            header.ack_tag != NOTIFY_NOTICE;
 }
 
+bool is_answer(const msg_header &header) {
+    return header.sync_tag == NOTIFY_CALL && header.ack_tag == NOTIFY_ANSWER;
+}
+
 bool is_registration(const msg_header &header) {
     return header.sync_tag == NOTIFY_ONE_WAY && header.des_mid == NOTIFY_MID_SERVER &&
            header.data_len == 0;
@@ -175,7 +179,7 @@ void Router::accept_clients() {
             say("%zu connections are all there may be, one was turned away", limits_.clients);
             continue;
         }
-        clients_.push_back(std::make_unique<Client>(fd, limits_));
+        clients_.push_back(std::make_unique<Client>(fd, ++accepted_, limits_));
         watch(clients_.back().get());
     }
 }
@@ -270,6 +274,12 @@ bool Router::route(Client *from, const Frame &frame) {
     if (!has_room(to)) {
         from->waits_for = to;
         return false;
+    }
+    if (is_request(header)) {
+        to->note_request(header, from->number());
+    } else if (is_answer(header) && from->answers_another(header, to->number())) {
+        drop_frame(from, header, "who asked is gone, and the id another's now");
+        return true;
     }
     send(to, frame.bytes, frame.size);
     return true;

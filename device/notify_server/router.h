@@ -58,6 +58,7 @@ class Router {
     int loop_ = -1;
     int signals_ = -1;
     int spare_ = -1;  // given up for a moment to turn a connection away when descriptors are out
+    uint64_t accepted_ = 0;
     std::vector<std::unique_ptr<Client>> clients_;
     std::vector<std::unique_ptr<Client>> buried_;  // events at hand may still name them
     std::array<Client *, NOTIFY_MID_MAX + 1> owners_{};

@@ -117,6 +117,26 @@ TEST(NotifyServer, ARestartedDaemonTakesItsIdOver) {
     settle(a, 12);
 }
 
+// Both processes count their requests from 0.
+TEST(NotifyServer, ARestartedDaemonGetsNoAnswerToItsPredecessor) {
+    ServerProcess server;
+    Peer b = register_peer({17});
+    Peer old_one = register_peer({12});
+    ASSERT_TRUE(old_one.send(make_request(12, 17, 1, "old")));
+    EXPECT_EQ(b.receive()->body, "old");
+    old_one.hang_up();
+    EXPECT_EQ(b.receive()->header.msg_id, 12u);  // its death
+    Peer new_one = register_peer({12});
+    ASSERT_TRUE(new_one.send(make_request(12, 17, 2, "new")));
+    EXPECT_EQ(b.receive()->body, "new");
+    for (uint32_t seq : {1u, 2u}) {
+        Frame answer = make_frame(NOTIFY_CALL, NOTIFY_ANSWER, 17, 12, 77);
+        answer.header.seq_num = seq;
+        ASSERT_TRUE(b.send(answer));
+    }
+    EXPECT_EQ(new_one.receive()->header.seq_num, 2u);
+}
+
 TEST(NotifyServer, AnswersRequestsThatFindNoModule) {
     ServerProcess server({"--max-body", "1000"});
     Peer a = register_peer({12});
