@@ -19,7 +19,7 @@
  * Lookups and writes of one process go one after the other. A lookup that reaches the operator
  * layer while the SIM's state is not known waits for it, 4.2 seconds at most, once per SIM change;
  * other threads' lookups go on meanwhile. Any thread may call any function. Between processes
- * nothing is locked: two writers of one file can lose an update.
+ * nothing is locked: two writers of one file can lose an update. A lookup leaves a descriptor open.
  */
 #ifndef HEARTH_CONFIG_H
 #define HEARTH_CONFIG_H

@@ -20,7 +20,7 @@
  *
  * A log call never fails towards its caller, keeps errno, and may be made from any thread. It
  * blocks as its destinations do. A message that no setting lets through is dropped; before any
- * setting has been loaded that is every message.
+ * setting has been loaded that is every message. The first line leaves the file open.
  */
 #ifndef HEARTH_OSA_LOG_H
 #define HEARTH_OSA_LOG_H
