@@ -428,7 +428,7 @@ TEST_F(OsaLog, OutOfMemoryLosesNothingButTheMessage) {
 }
 
 TEST_F(OsaLog, OperationsLogGetsSeverities) {
-    ASSERT_NE(dlopen(HEARTH_BINARY_DIR "/platform/libplatform.so", RTLD_NOW), nullptr);
+    ASSERT_NE(dlopen(HEARTH_PLATFORM_DIR "/libplatform.so", RTLD_NOW), nullptr);
     write_settings(4, {{"default", 31}});
     for (uint32_t level : {1, 2, 4, 8, 16, 3}) {
         print_log_ex("m", "a/b", 9, level, "%%d\n");

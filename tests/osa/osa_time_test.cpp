@@ -21,8 +21,7 @@ void set_zone(const char *zone) {
 
 // A stand-in of the device, loaded so that its name alone finds it.
 void load_platform(const std::string &library) {
-    ASSERT_NE(dlopen((HEARTH_BINARY_DIR "/platform/" + library).c_str(), RTLD_NOW), nullptr)
-        << dlerror();
+    ASSERT_NE(dlopen((HEARTH_PLATFORM_DIR "/" + library).c_str(), RTLD_NOW), nullptr) << dlerror();
 }
 
 osa_time_t sample() {

@@ -1,4 +1,5 @@
-// Texts by iconv, which knows nothing of the library.
+// Texts by iconv, which knows nothing of the library. UCS-2 is built into it: on ARM its tables for
+// other encodings are not at hand.
 #pragma once
 
 #include <iconv.h>
@@ -26,11 +27,17 @@ To convert(const char *to, const char *from, const From &text) {
 using Units = std::vector<uint16_t>;
 
 inline Units ucs2(const std::string &utf8) {
-    return convert<Units>("UTF-16LE", "UTF-8", utf8);
+    return convert<Units>("UCS-2LE", "UTF-8", utf8);
 }
 
 inline std::string utf8(const Units &units) {
-    return convert<std::string>("UTF-8", "UTF-16LE", units);
+    return convert<std::string>("UTF-8", "UCS-2LE", units);
+}
+
+// Its 256 characters are the first of UCS-2.
+inline std::string latin1(const std::string &utf8) {
+    Units units = ucs2(utf8);
+    return {units.begin(), units.end()};
 }
 
 }  // namespace hearth::test
