@@ -59,6 +59,11 @@ void CardWatcher::publish(int state, const std::string &imsi) {
     }
     state_ = state;
     imsi_ = imsi;
+    fprintf(stderr, "at_server: the card is %s%s\n",
+            state == CFG_SIMST_OK     ? "ready, IMSI "
+            : state == CFG_SIMST_LOCK ? "locked"
+                                      : "missing or silent",
+            imsi.c_str());
     bool locked = cl_lockfile() == 0;
     if (state == CFG_SIMST_OK) {
         write_item("imsi_string", imsi);

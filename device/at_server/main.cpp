@@ -69,6 +69,7 @@ int serve_scenario(const std::string &path, const std::string &record) {
         g_reload = 0;
         try {
             modem.replace(hearth::device::read_scenario(path));
+            fprintf(stderr, "at_server: the scenario is read again\n");
         } catch (const ScenarioError &error) {
             fprintf(stderr, "at_server: %s; the scenario stays as it was\n", error.what());
         }

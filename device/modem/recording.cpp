@@ -40,13 +40,9 @@ std::string escaped(const std::string &text) {
 // Reads a recording line by line.
 class Reader {
   public:
-    using Exchanges = std::map<std::string, std::deque<ReplayModem::Exchange>>;
-    using Reports = std::deque<ReplayModem::Report>;
+    explicit Reader(const std::string &path) : path_(path) {}
 
-    Reader(const std::string &path, Exchanges *exchanges, Reports *reports)
-        : path_(path), exchanges_(exchanges), reports_(reports) {}
-
-    void read() {
+    Recording read() {
         std::ifstream file(path_);
         if (!file) {
             throw RecordingError(path_ + ": cannot be read: " + strerror(errno));
@@ -60,9 +56,12 @@ class Reader {
             throw RecordingError(path_ + ": cannot be read");
         }
         end_block();
-        if (exchanges_->empty()) {
+        if (recording_.exchanges.empty()) {
             fail("expected at least one exchange, \"> MILLISECONDS COMMAND\"");
         }
+        std::stable_sort(recording_.reports.begin(), recording_.reports.end(),
+                         [](const Report &a, const Report &b) { return a.at < b.at; });
+        return std::move(recording_);
     }
 
   private:
@@ -87,7 +86,7 @@ class Reader {
 
     void take_answer() {
         if (command_.empty()) {
-            reports_->push_back({time_, text_});
+            recording_.reports.push_back({time_, text_});
             in_block_ = true;
             return;
         }
@@ -105,7 +104,8 @@ class Reader {
                 exchange_.reply.final_result = exchange_.reply.lines.back();
                 exchange_.reply.lines.pop_back();
             }
-            (*exchanges_)[command_].push_back(exchange_);
+            exchange_.at = asked_at_;
+            recording_.exchanges[command_].push_back(exchange_);
         }
         command_.clear();
         exchange_ = {};
@@ -160,13 +160,12 @@ class Reader {
     }
 
     std::string path_;
-    Exchanges *exchanges_;
-    Reports *reports_;
+    Recording recording_;
     int number_ = 0;
     bool in_block_ = false;
     std::string command_;
     milliseconds asked_at_{0};
-    ReplayModem::Exchange exchange_;
+    Exchange exchange_;
     milliseconds time_{0};
     std::string text_;
 };
@@ -232,15 +231,15 @@ void RecordingModem::write(const std::string &block) {
     }
 }
 
-ReplayModem::ReplayModem(const std::string &path) {
-    Reader(path, &exchanges_, &reports_).read();
-    std::stable_sort(reports_.begin(), reports_.end(),
-                     [](const Report &a, const Report &b) { return a.at < b.at; });
+Recording read_recording(const std::string &path) {
+    return Reader(path).read();
 }
 
+ReplayModem::ReplayModem(const std::string &path) : recording_(read_recording(path)) {}
+
 void ReplayModem::start(const Command &command, std::chrono::seconds /*timeout*/, Done done) {
-    auto found = exchanges_.find(whole(command));
-    if (found == exchanges_.end()) {
+    auto found = recording_.exchanges.find(whole(command));
+    if (found == recording_.exchanges.end()) {
         fprintf(stderr, "at_server: the recording has no \"%s\"\n",
                 escaped(whole(command)).c_str());
         done({{}, "ERROR"});
@@ -257,8 +256,8 @@ void ReplayModem::start(const Command &command, std::chrono::seconds /*timeout*/
 
 std::optional<Clock::time_point> ReplayModem::next_tick() const {
     std::optional<Clock::time_point> next;
-    if (!reports_.empty()) {
-        next = begin_ + reports_.front().at;
+    if (!recording_.reports.empty()) {
+        next = begin_ + recording_.reports.front().at;
     }
     for (const Late &late : late_) {
         next = next ? std::min(*next, late.due) : late.due;
@@ -268,9 +267,9 @@ std::optional<Clock::time_point> ReplayModem::next_tick() const {
 
 void ReplayModem::tick() {
     Clock::time_point now = Clock::now();
-    while (!reports_.empty() && begin_ + reports_.front().at <= now) {
-        report(reports_.front().line);
-        reports_.pop_front();
+    while (!recording_.reports.empty() && begin_ + recording_.reports.front().at <= now) {
+        report(recording_.reports.front().line);
+        recording_.reports.pop_front();
     }
     for (size_t i = 0; i < late_.size();) {
         if (late_[i].due > now) {

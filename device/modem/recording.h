@@ -28,6 +28,25 @@ struct RecordingError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// `at` counts from the beginning of the recording, `delay` from the command to its answer.
+struct Exchange {
+    std::chrono::milliseconds at{0};
+    std::chrono::milliseconds delay{0};
+    Reply reply;
+    bool answered = false;
+};
+struct Report {
+    std::chrono::milliseconds at{0};
+    std::string line;
+};
+struct Recording {
+    std::map<std::string, std::deque<Exchange>> exchanges;
+    std::deque<Report> reports;  // in the order of their times
+};
+
+// Throws RecordingError.
+Recording read_recording(const std::string &path);
+
 // Stands in front of a modem and writes down what passes.
 class RecordingModem : public Modem {
   public:
@@ -70,16 +89,6 @@ class ReplayModem : public Modem {
     std::optional<Clock::time_point> next_tick() const override;
     void tick() override;
 
-    struct Exchange {
-        std::chrono::milliseconds delay{0};
-        Reply reply;
-        bool answered = false;
-    };
-    struct Report {
-        std::chrono::milliseconds at{0};
-        std::string line;
-    };
-
   private:
     struct Late {
         Clock::time_point due;
@@ -87,8 +96,7 @@ class ReplayModem : public Modem {
         Done done;
     };
 
-    std::map<std::string, std::deque<Exchange>> exchanges_;
-    std::deque<Report> reports_;
+    Recording recording_;
     Clock::time_point begin_ = Clock::now();
     std::deque<Late> late_;
 };

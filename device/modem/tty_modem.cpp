@@ -80,6 +80,8 @@ void make_raw(int fd) {
         settings.c_cflag |= CLOCAL | CREAD;
         tcsetattr(fd, TCSANOW, &settings);
     }
+    // What was said to a server before this one is no answer to it.
+    tcflush(fd, TCIFLUSH);
 }
 
 }  // namespace
@@ -99,8 +101,11 @@ void TtyModem::open() {
     reopen_at_ = Clock::now() + kReopenEvery;
     fd_ = ::open(path_.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd_ < 0) {
+        tell_absence();
         return;
     }
+    absence_told_ = false;
+    fprintf(stderr, "at_server: the modem is on %s\n", path_.c_str());
     make_raw(fd_);
     // Echo off, results in words, errors by number, before anything else.
     for (const char *setting : {"ATE0", "ATV1", "AT+CMEE=1"}) {
@@ -112,17 +117,29 @@ void TtyModem::open() {
     send_next();
 }
 
+// Once, however often it is looked for.
+void TtyModem::tell_absence() {
+    if (!absence_told_) {
+        fprintf(stderr, "at_server: no modem on %s: %s\n", path_.c_str(), strerror(errno));
+    }
+    absence_told_ = true;
+}
+
 // The modem went away: what is in hand has failed, what waits keeps waiting until its time is up.
 void TtyModem::close_line() {
     if (fd_ >= 0) {
         ::close(fd_);
         fd_ = -1;
+        fprintf(stderr, "at_server: the modem on %s is gone\n", path_.c_str());
     }
     buffer_.clear();
     reopen_at_ = Clock::now() + kReopenEvery;
     if (busy_) {
         finish("");
     }
+    // The next line begins with settings of its own.
+    waiting_.erase(waiting_.begin(), waiting_.begin() + settling_);
+    settling_ = 0;
 }
 
 void TtyModem::start(const Command &command, std::chrono::seconds timeout, Done done) {

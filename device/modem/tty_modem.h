@@ -29,6 +29,7 @@ class TtyModem : public Modem {
     };
 
     void open();
+    void tell_absence();
     void close_line();
     void send_next();
     void send(const std::string &text);
@@ -46,6 +47,7 @@ class TtyModem : public Modem {
     bool prompted_ = false;
     // Commands left of those that set the modem up; until then results may be numeric.
     int settling_ = 0;
+    bool absence_told_ = false;
     Clock::time_point deadline_;
     Reply reply_;
 };

@@ -164,14 +164,21 @@ class Line {
 
     void say(const std::string &line) { put("\r\n" + line + "\r\n"); }
 
+    // What nobody reads is lost after a while, as on a line without flow control.
     void put(const std::string &text) {
         size_t sent = 0;
-        while (sent < text.size()) {
+        while (sent < text.size() && g_stop == 0) {
             ssize_t written = write(fd_, text.data() + sent, text.size() - sent);
-            if (written < 0 && errno != EINTR && errno != EAGAIN) {
+            pollfd wait = {fd_, POLLOUT, 0};
+            if (written > 0) {
+                sent += static_cast<size_t>(written);
+                unread_ = false;
+            } else if (errno == EAGAIN && poll(&wait, 1, unread_ ? 0 : 500) <= 0) {
+                unread_ = true;
+                return;
+            } else if (errno != EAGAIN && errno != EINTR) {
                 return;
             }
-            sent += written > 0 ? static_cast<size_t>(written) : 0;
         }
     }
 
@@ -180,13 +187,14 @@ class Line {
     std::string line_;
     Command command_;
     int body_for_ = -1;
+    bool unread_ = false;
     bool echo_ = true;
     bool words_ = true;
     int error_level_ = 0;
 };
 
 int open_terminal(const std::string &link) {
-    int fd = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    int fd = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (fd < 0 || grantpt(fd) != 0 || unlockpt(fd) != 0) {
         perror("hearth-modem: cannot open a pseudo terminal");
         return -1;
