@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tool.h"
+
 namespace hearth::tool {
 
 // Failure unless an AT server lives.
@@ -12,6 +14,9 @@ void need_at_server();
 // Failure unless a command function returned 0 and left AT_ERR_NONE, or 0, in `err`.
 void expect_at(const std::string &what, int32_t result, uint32_t err);
 void expect_at(const std::string &what, int32_t result, int32_t err = -2);
+
+// Lets an option take telephone numbers alone.
+CLI::Option *check_number(CLI::Option *option);
 
 // A text of a record, wherever it ends.
 template <size_t N>

@@ -7,12 +7,9 @@
 #include <cstring>
 
 #include "at.h"
-#include "convert.h"
 #include "hearth/at_k7.h"
 #include "hearth/at_network.h"
-#include "hearth/at_pb.h"
 #include "hearth/at_security.h"
-#include "hearth/cl_xcodec.h"
 #include "hearth/osa_pthread.h"
 #include "tool.h"
 
@@ -37,6 +34,17 @@ void expect_at(const std::string &what, int32_t result, uint32_t err) {
 
 void expect_at(const std::string &what, int32_t result, int32_t err) {
     expect_at(what, result, static_cast<uint32_t>(err));
+}
+
+CLI::Option *check_number(CLI::Option *option) {
+    return option->check(
+        [](const std::string &text) {
+            size_t sign = text.rfind('+', 0) == 0 ? 1 : 0;
+            bool good = text.size() > sign && text.size() <= sign + 20 &&
+                        text.find_first_not_of("0123456789*#abcABC", sign) == std::string::npos;
+            return good ? "" : "expected 1 to 20 digits, with + in front of a country code";
+        },
+        "1 to 20 digits");
 }
 
 namespace {
@@ -148,11 +156,21 @@ void add_operator(Json &status) {
     status["technology"] = name_of_text(kTechnology, field(info.rat));
 }
 
+// What the server keeps of the modem's reports or, as long as none has come, the modem's answer.
+int rssi_told() {
+    char text[8] = {};
+    if (AT_Rssi(text) == 0) {
+        return atoi(text);
+    }
+    char reply[1500] = "";
+    expect_at("signal", AT_CommenCmd("AT+CSQ", "+CSQ:", reply));
+    const char *value = strchr(reply, ':');
+    return atoi(value == nullptr ? reply : value + 1);
+}
+
 // 3GPP TS 27.007, 8.5: 0 is -113 dBm or less, each step 2 dBm, 99 unknown.
 void add_signal(Json &status) {
-    char text[8] = {};
-    expect_at("signal", AT_Rssi(text));
-    int rssi = atoi(text);
+    int rssi = rssi_told();
     status["rssi"] = rssi;
     if (rssi >= 0 && rssi <= 31) {
         status["signal_dbm"] = -113 + 2 * rssi;
@@ -210,116 +228,6 @@ void run_operators(const NoOptions &) {
     show(rows);
 }
 
-struct PhonebookOptions {
-    uint32_t index = 0;
-};
-
-// The name by its coding; hexadecimal where it does not fit that.
-std::string contact_name(const at_cpbr_info &info) {
-    std::string bytes(info.text, std::min<size_t>(info.text_length, sizeof info.text));
-    if (bytes.empty()) {
-        return "";
-    }
-    std::u16string name;
-    uint32_t status = converted(name, bytes.size() * 2 + 2, [&](char16_t *to, uint32_t *length) {
-        return cl_decodeData(info.coding, bytes.data(), static_cast<uint32_t>(bytes.size()),
-                             reinterpret_cast<uint16_t *>(to), length);
-    });
-    return status == CL_TEXT_OK ? printable(ucs2_to_utf8(name))
-                                : std::string("0x").append(to_hex(bytes));
-}
-
-// False when the place is empty; Failure for all other refusals.
-bool read_contact(uint32_t index, Json &contact) {
-    at_cpbr_req request{index, static_cast<uint32_t>(AT_ERR_NONE)};
-    at_cpbr_info info{};
-    std::string what = "phonebook entry " + std::to_string(index);
-    int32_t result = AT_Cpbr(1, &request, &info);
-    if (result == 0 && request.err == static_cast<uint32_t>(AT_ERR_OTHER)) {
-        return false;
-    }
-    expect_at(what, result, request.err);
-    contact = {{"index", info.index},
-               {"number", field(info.number)},
-               {"name", contact_name(info)},
-               {"international", info.type == 145}};
-    return true;
-}
-
-void run_phonebook(const PhonebookOptions &options) {
-    need_at_server();
-    Json contact;
-    if (options.index != 0) {
-        if (!read_contact(options.index, contact)) {
-            throw Failure("the phonebook has no entry " + std::to_string(options.index),
-                          kExitNotFound);
-        }
-        show(contact);
-        return;
-    }
-    at_cpbr_req request{0, static_cast<uint32_t>(AT_ERR_NONE)};
-    at_cpbr_info limits{};
-    expect_at("phonebook", AT_Cpbr(2, &request, &limits), request.err);
-    Json rows = Json::array();
-    // A phonebook of a SIM has at most 255 places of each kind; more is no answer to believe.
-    uint32_t last = std::min(limits.last_index, limits.first_index + 1000);
-    for (uint32_t index = limits.first_index; index <= last; index++) {
-        if (read_contact(index, contact)) {
-            rows.push_back(contact);
-        }
-    }
-    show(rows);
-}
-
-void run_pin_status(const NoOptions &) {
-    need_at_server();
-    at_pin_info_ex pin{};
-    expect_at("PIN state", AT_PinManagementEx(AT_CMD_TYPE_CHECK, nullptr, nullptr, &pin), pin.err);
-    show({{"waits_for", field(pin.code)},
-          {"tries", pin.times[0] != '\0' ? Json(field(pin.times)) : Json(nullptr)},
-          {"pin_tries", field(pin.pin_times)},
-          {"puk_tries", field(pin.puk_times)},
-          {"pin2_tries", field(pin.pin2_times)},
-          {"puk2_tries", field(pin.puk2_times)}});
-}
-
-struct PinOptions {
-    std::string pin;
-    std::string new_pin;
-};
-
-void run_pin_enter(const PinOptions &options) {
-    need_at_server();
-    at_pin_info_ex pin{};
-    int32_t result =
-        AT_PinManagementEx(AT_CMD_TYPE_SET, options.pin.c_str(),
-                           options.new_pin.empty() ? nullptr : options.new_pin.c_str(), &pin);
-    expect_at("the PIN was not accepted", result, pin.err);
-    run_pin_status({});
-}
-
-void check_digits(CLI::Option *option) {
-    option->check(
-        [](const std::string &text) {
-            bool good = text.size() >= 4 && text.size() <= 8 &&
-                        text.find_first_not_of("0123456789") == std::string::npos;
-            return good ? "" : "expected 4 to 8 digits";
-        },
-        "4 to 8 digits");
-}
-
-void add_pin_commands(CLI::App &at) {
-    CLI::App *pin = at.add_subcommand("pin", "the SIM's PIN");
-    pin->require_subcommand(1);
-    on_run(pin->add_subcommand("status", "what the SIM waits for, and the tries left"),
-           run_pin_status);
-    CLI::App *enter = pin->add_subcommand(
-        "enter", "enter the PIN, or the PUK with a new PIN; a wrong one costs a try");
-    PinOptions &options = on_run(enter, run_pin_enter);
-    check_digits(enter->add_option("PIN", options.pin, "PIN, or PUK")->required());
-    check_digits(enter->add_option("--new", options.new_pin, "new PIN, behind a PUK"));
-}
-
 }  // namespace
 
 void add_at_commands(CLI::App &app) {
@@ -341,12 +249,7 @@ void add_at_commands(CLI::App &app) {
            run_operators);
     add_sms_commands(*at);
 
-    CLI::App *phonebook = at->add_subcommand("phonebook", "the SIM's phonebook");
-    phonebook->require_subcommand(1);
-    CLI::App *get = phonebook->add_subcommand("get", "one entry, or all of them");
-    PhonebookOptions &entry = on_run(get, run_phonebook);
-    get->add_option("INDEX", entry.index, "place of the entry; all without it")
-        ->check(CLI::Range(1, 65535));
+    add_phonebook_commands(*at);
     add_pin_commands(*at);
 }
 

@@ -70,7 +70,7 @@ void add_body(CLI::App *command, Body &body) {
     command->add_option("--text", body.text, "text to send, with a zero byte behind it");
     command->add_option("--hex", body.hex, "bytes to send, hexadecimal");
     command->add_option("--u32", body.words, "32-bit values to send: 1,2,3")->delimiter(',');
-    command->footer("--text, --hex and --u32 go one behind the other in this order.");
+    explain(command, "--text, --hex and --u32 go one behind the other in this order.");
 }
 
 // A body as hexadecimal text, and as text where it is one.

@@ -69,20 +69,44 @@ std::u16string septets_to_ucs2(const std::string &septets) {
     return out;
 }
 
-std::string unpack_septets(const std::string &octets, size_t skipped_bits, size_t count) {
-    std::string rest = octets.substr(std::min(skipped_bits / 8, octets.size()));
-    auto fill = static_cast<uint16_t>(skipped_bits % 8);
+std::string ucs2_to_septets(const std::u16string &text) {
     std::string out;
-    if (rest.empty() || (fill != 0 && rest.size() < 2)) {
+    if (!text.empty()) {
+        expect_ok(converted(out, text.size() * 2,
+                            [&](char *to, uint32_t *length) {
+                                return cl_ucs2To7BIT(units_of(text), size_of(text.size()),
+                                                     bytes(to), length);
+                            }),
+                  "cannot write the text in septets");
+    }
+    return out;
+}
+
+std::string pack_septets(const std::string &septets) {
+    std::string out;
+    if (!septets.empty()) {
+        expect_ok(converted(out, septets.size() + 8,
+                            [&](char *to, uint32_t *length) {
+                                return cl_7bitEncode(bytes_of(septets), size_of(septets.size()),
+                                                     bytes(to), length);
+                            }),
+                  "cannot pack the septets");
+    }
+    return out;
+}
+
+std::string unpack_septets(const std::string &octets, size_t skipped, size_t count) {
+    std::string out;
+    if (octets.empty()) {
         return out;
     }
-    uint32_t status = converted(out, rest.size() * 8 / 7 + 8, [&](char *to, uint32_t *length) {
-        return fill == 0 ? cl_7bitDecode(bytes_of(rest), size_of(rest.size()), bytes(to), length)
-                         : cl_7bitDecodeEx(bytes_of(rest), size_of(rest.size()), bytes(to), length,
-                                           static_cast<uint16_t>(7 - fill));
-    });
-    expect_ok(status, "cannot unpack the septets");
-    return out.substr(0, count);
+    expect_ok(converted(out, octets.size() * 8 / 7 + 8,
+                        [&](char *to, uint32_t *length) {
+                            return cl_7bitDecode(bytes_of(octets), size_of(octets.size()),
+                                                 bytes(to), length);
+                        }),
+              "cannot unpack the septets");
+    return skipped < out.size() ? out.substr(skipped, count) : "";
 }
 
 std::u16string bytes_to_ucs2(const std::string &octets) {
@@ -94,6 +118,19 @@ std::u16string bytes_to_ucs2(const std::string &octets) {
                                     bytes_of(octets), size_of(octets.size()), units(to), length);
                             }),
                   "cannot read the UCS-2 text");
+    }
+    return out;
+}
+
+std::string ucs2_to_bytes(const std::u16string &text) {
+    std::string out;
+    if (!text.empty()) {
+        expect_ok(converted(out, text.size() * 2,
+                            [&](char *to, uint32_t *length) {
+                                return cl_widecharToByteOrder(units_of(text), size_of(text.size()),
+                                                              bytes(to), length);
+                            }),
+                  "cannot write the text as bytes");
     }
     return out;
 }

@@ -22,10 +22,14 @@ std::u16string utf8_to_ucs2(const std::string &text);
 std::string ucs2_to_utf8(const std::u16string &text);
 // Septets of the default alphabet, one a byte.
 std::u16string septets_to_ucs2(const std::string &septets);
-// `octets` unpacked from behind `skipped_bits`, at most `count` septets.
-std::string unpack_septets(const std::string &octets, size_t skipped_bits, size_t count);
+std::string ucs2_to_septets(const std::u16string &text);
+// Seven bits behind seven bits, the lowest first.
+std::string pack_septets(const std::string &septets);
+// The septets behind the first `skipped` ones, at most `count`.
+std::string unpack_septets(const std::string &octets, size_t skipped, size_t count);
 // Big-endian bytes.
 std::u16string bytes_to_ucs2(const std::string &bytes);
+std::string ucs2_to_bytes(const std::u16string &text);
 
 inline const uint8_t *bytes_of(const std::string &text) {
     return reinterpret_cast<const uint8_t *>(text.data());

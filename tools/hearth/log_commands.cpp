@@ -169,19 +169,51 @@ std::vector<std::string> default_files() {
     return files;
 }
 
+// The line behind the name of its process, which many begin their lines with anyway.
+std::string named_line(const std::string &path, const std::string &line, bool with_name) {
+    std::string name = std::filesystem::path(path).filename().string() + ": ";
+    return (with_name && line.rfind(name, 0) != 0 ? name : "") + printable(line);
+}
+
 void show_new_lines(Tail &tail, const TailOptions &options, size_t most, bool with_name) {
     uint32_t mask = mask_of(options.level);
     std::vector<std::pair<Json, std::string>> rows;
     for (const std::string &line : tail.lines()) {
         Json row = line_json(tail.path(), line);
         if (passes(row, options, mask)) {
-            std::string name = std::filesystem::path(tail.path()).filename().string();
-            rows.emplace_back(row, (with_name ? name + ": " : "") + printable(line));
+            rows.emplace_back(row, named_line(tail.path(), line, with_name));
         }
     }
     size_t first = rows.size() > most ? rows.size() - most : 0;
     for (size_t i = first; i < rows.size(); i++) {
         show_line(rows[i].first, rows[i].second);
+    }
+}
+
+// Processes that begin to write while others are followed.
+void take_new_files(std::vector<Tail> &tails) {
+    for (const std::string &path : default_files()) {
+        bool known = std::any_of(tails.begin(), tails.end(),
+                                 [&](const Tail &tail) { return tail.path() == path; });
+        if (!known) {
+            tails.emplace_back(path);
+        }
+    }
+}
+
+void follow(std::vector<Tail> &tails, const TailOptions &options) {
+    struct sigaction action {};
+    action.sa_handler = on_stop;
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+    while (g_stop == 0) {
+        usleep(100000);
+        if (options.files.empty()) {
+            take_new_files(tails);
+        }
+        for (Tail &tail : tails) {
+            show_new_lines(tail, options, SIZE_MAX, tails.size() > 1);
+        }
     }
 }
 
@@ -197,15 +229,8 @@ void run_tail(const TailOptions &options) {
     for (Tail &tail : tails) {
         show_new_lines(tail, options, options.lines, tails.size() > 1);
     }
-    struct sigaction action {};
-    action.sa_handler = on_stop;
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
-    while (options.follow && g_stop == 0) {
-        usleep(100000);
-        for (Tail &tail : tails) {
-            show_new_lines(tail, options, SIZE_MAX, tails.size() > 1);
-        }
+    if (options.follow) {
+        follow(tails, options);
     }
 }
 

@@ -1,6 +1,7 @@
 // hearth: the library from the command line.
 
 #include <algorithm>
+#include <cstring>
 #include <sstream>
 
 #include "tool.h"
@@ -10,9 +11,9 @@ namespace {
 using namespace hearth::tool;
 
 constexpr const char *kFooter =
-    "Exit status: 0 done, 1 failed, 2 wrong command line, 3 not found, 4 no server.\n"
-    "With --json standard output is one JSON document, for a failure {\"error\": ...}.\n"
-    "Every command explains itself: hearth at sms --help";
+    "Behind every command: --json prints one JSON document, for a failure {\"error\": ...};\n"
+    "--verbose shows on standard error what the library prints.\n"
+    "Exit status: 0 done, 1 failed, 2 wrong command line, 3 not found, 4 no server.";
 
 int tell(const Failure &failure) {
     if (json_wanted()) {
@@ -23,19 +24,55 @@ int tell(const Failure &failure) {
     return failure.status;
 }
 
+// The command that the line had come to when it went wrong.
+const CLI::App &reached(const CLI::App &app) {
+    std::vector<CLI::App *> below = app.get_subcommands();
+    return below.empty() ? app : reached(*below.front());
+}
+
+std::string path_of(const CLI::App &command) {
+    const CLI::App *parent = command.get_parent();
+    return (parent == nullptr ? "" : path_of(*parent) + " ") + command.get_name();
+}
+
+std::string names_below(const CLI::App &command) {
+    std::string names;
+    for (const CLI::App *sub : command.get_subcommands([](const CLI::App *) { return true; })) {
+        names += (names.empty() ? "" : ", ") + sub->get_name();
+    }
+    return names;
+}
+
+// What is wrong, and what was expected.
+Failure explained(const CLI::App &app, const CLI::App &command, const CLI::ParseError &error) {
+    std::string names = names_below(command);
+    std::string what = error.what();
+    if (!names.empty()) {
+        std::vector<std::string> unknown = app.remaining(true);
+        what = (unknown.empty() ? "a command is missing"
+                                : "there is no command \"" + unknown[0] + "\"") +
+               ", expected one of " + names;
+    }
+    bool root = command.get_parent() == nullptr;
+    return Failure((root ? "" : path_of(command).substr(strlen("hearth ")) + ": ") + what,
+                   kExitUsage);
+}
+
 // Help goes to standard output, a wrong command line to standard error.
 int tell(const CLI::App &app, const CLI::ParseError &error) {
     std::ostringstream out;
     std::ostringstream err;
     int status = app.exit(error, out, err);
     show_text(out.str());
-    if (status != 0) {
-        if (json_wanted()) {
-            show(Json{{"error", {{"what", error.what()}}}});
-        }
-        fputs(err.str().c_str(), stderr);
+    if (status == 0) {
+        return kExitOk;
     }
-    return status == 0 ? kExitOk : kExitUsage;
+    const CLI::App &command = reached(app);
+    tell(explained(app, command, error));
+    if (!json_wanted()) {
+        fprintf(stderr, "%s --help tells more\n", path_of(command).c_str());
+    }
+    return kExitUsage;
 }
 
 }  // namespace
@@ -49,6 +86,7 @@ int main(int count, char **arguments) {
     set_json(told("--json"));
     CLI::App app{"The platform library from the command line.", "hearth"};
     app.footer(kFooter);
+    app.set_version_flag("--version", HEARTH_VERSION, "print the version");
     app.require_subcommand(1);
     app.fallthrough();
     bool json = false;
@@ -63,7 +101,9 @@ int main(int count, char **arguments) {
     add_xml_commands(app);
     add_text_commands(app);
     add_gz_commands(app);
+    add_desk_commands(app);
     add_completion_command(app);
+    add_examples(app);
     try {
         app.parse(count, arguments);
     } catch (const CLI::ParseError &error) {

@@ -1,5 +1,7 @@
 #include "sms_pdu.h"
 
+#include <algorithm>
+
 #include "convert.h"
 
 namespace hearth::tool {
@@ -32,7 +34,7 @@ std::string digits(const std::string &bytes) {
     constexpr char kDigits[] = "0123456789*#abc";
     std::string text;
     for (unsigned char byte : bytes) {
-        for (int digit : {byte & 15, byte >> 4}) {
+        for (unsigned digit : {byte & 15u, byte / 16u}) {
             if (digit != 15) {
                 text += kDigits[digit];
             }
@@ -74,7 +76,26 @@ Alphabet alphabet_of(uint8_t coding) {
     return (coding & 0xf0) == 0xe0 ? kUcs2 : kSeptets;
 }
 
-std::string user_data(Reader &reader, uint8_t coding, bool has_header) {
+// What the header tells of a message in parts: elements 0 and 8, which differ in the width of the
+// reference.
+void read_header(const std::string &header, Json &message) {
+    Reader reader(header);
+    for (size_t left = reader.byte(); left >= 2;) {
+        uint8_t element = reader.byte();
+        std::string value = reader.take(reader.byte());
+        left -= std::min(left, value.size() + 2);
+        bool wide = element == 8;
+        if ((element == 0 || wide) && value.size() == (wide ? 4u : 3u)) {
+            Reader fields(value);
+            unsigned high = wide ? fields.byte() * 256u : 0;
+            message["reference"] = high + fields.byte();
+            message["parts"] = fields.byte();
+            message["part"] = fields.byte();
+        }
+    }
+}
+
+std::string user_data(Reader &reader, uint8_t coding, bool has_header, Json &message) {
     size_t length = reader.byte();
     Alphabet alphabet = alphabet_of(coding);
     std::string bytes = reader.take(alphabet == kSeptets ? (length * 7 + 7) / 8 : length);
@@ -84,11 +105,12 @@ std::string user_data(Reader &reader, uint8_t coding, bool has_header) {
         if (header > bytes.size()) {
             throw Broken{};
         }
+        read_header(bytes.substr(0, header), message);
     }
     if (alphabet == kSeptets) {
         size_t header_septets = (header * 8 + 6) / 7;
         size_t count = length > header_septets ? length - header_septets : 0;
-        return ucs2_to_utf8(septets_to_ucs2(unpack_septets(bytes, header_septets * 7, count)));
+        return ucs2_to_utf8(septets_to_ucs2(unpack_septets(bytes, header_septets, count)));
     }
     std::string text = bytes.substr(header);
     return alphabet == kUcs2 ? ucs2_to_utf8(bytes_to_ucs2(text))
@@ -105,7 +127,8 @@ Json read(Reader &reader) {
         reader.byte();
         uint8_t coding = reader.byte();
         message["time"] = time_stamp(reader);
-        message["text"] = printable(user_data(reader, coding, has_header));
+        std::string text = user_data(reader, coding, has_header, message);
+        message["text"] = printable(text);
     } else if ((first & 3) == 1) {
         reader.byte();
         message["to"] = printable(address(reader));
@@ -113,7 +136,8 @@ Json read(Reader &reader) {
         uint8_t coding = reader.byte();
         constexpr size_t kValidity[] = {0, 7, 1, 7};
         reader.take(kValidity[first >> 3 & 3]);
-        message["text"] = printable(user_data(reader, coding, has_header));
+        std::string text = user_data(reader, coding, has_header, message);
+        message["text"] = printable(text);
     }
     return message;
 }

@@ -11,8 +11,8 @@ namespace hearth::tool {
 // for a PDU that is shorter than its address says.
 size_t tpdu_length(const std::string &pdu);
 
-// "from" or "to", "time" of a delivered message, and "text"; empty where the PDU has no such thing
-// or makes no sense.
+// "from" or "to", "time" of a delivered message, and "text"; of one in parts also "reference",
+// "part" and "parts". Empty where the PDU has no such thing or makes no sense.
 Json read_pdu(const std::string &pdu);
 
 }  // namespace hearth::tool

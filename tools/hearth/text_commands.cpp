@@ -1,5 +1,7 @@
 // hearth text: the codings of messages, SIM records and AT strings.
 
+#include <cstring>
+
 #include "convert.h"
 #include "hearth/cl_7bit.h"
 #include "hearth/cl_convertor.h"
@@ -50,19 +52,8 @@ std::u16string decode_by(Decoder decoder, const std::string &bytes) {
     return out;
 }
 
-std::string encode_septets(const std::u16string &text) {
-    return encode_by(cl_ucs2To7BIT, text);
-}
-
 std::string encode_packed(const std::u16string &text) {
-    std::string septets = encode_septets(text);
-    std::string out;
-    uint32_t status = converted(out, septets.size() + 8, [&](char *to, uint32_t *length) {
-        return cl_7bitEncode(bytes_of(septets), size_of(septets.size()),
-                             reinterpret_cast<uint8_t *>(to), length);
-    });
-    expect_ok(status, "cannot pack the septets");
-    return out;
+    return pack_septets(ucs2_to_septets(text));
 }
 
 // Without a count, a carriage return that fills seven spare bits is not text.
@@ -72,10 +63,6 @@ std::string unpacked(const std::string &octets, size_t count) {
         septets.pop_back();
     }
     return septets;
-}
-
-std::string encode_bytes(const std::u16string &text) {
-    return encode_by(cl_widecharToByteOrder, text);
 }
 
 // A form: what `encode` makes and `decode` takes is shown in hexadecimal.
@@ -91,9 +78,9 @@ constexpr Form kForms[] = {
      [](const std::string &bytes, size_t septets) {
          return septets_to_ucs2(unpacked(bytes, septets));
      }},
-    {"septets", "septets, one a byte", encode_septets,
+    {"septets", "septets, one a byte", ucs2_to_septets,
      [](const std::string &bytes, size_t) { return septets_to_ucs2(bytes); }},
-    {"ucs2", "two bytes a character", encode_bytes,
+    {"ucs2", "two bytes a character", ucs2_to_bytes,
      [](const std::string &bytes, size_t) { return decode_by(cl_byteOrderToWideChar, bytes); }},
     {"sim80", "SIM record, form 80",
      [](const std::u16string &text) { return encode_by(cl_encode80, text); },
@@ -149,12 +136,13 @@ void add_form(CLI::App *command, TextOptions &options) {
     std::string what;
     for (const Form &form : kForms) {
         names.emplace_back(form.name);
-        what += std::string("\n  ") + form.name + "  " + form.what;
+        what +=
+            std::string("\n  ") + form.name + std::string(10 - strlen(form.name), ' ') + form.what;
     }
     command->add_option("--form", options.form, "how the text is coded")
         ->required()
         ->check(CLI::IsMember(names));
-    command->footer("Forms:" + what);
+    explain(command, "Forms:" + what);
 }
 
 }  // namespace

@@ -76,8 +76,13 @@ Options &on_run(CLI::App *command, void (*run)(const Options &)) {
     return *options;
 }
 
+// Puts a text in front of what the end of a command's help says already.
+void explain(CLI::App *command, const std::string &text);
+
 void add_at_commands(CLI::App &app);
 void add_sms_commands(CLI::App &at);
+void add_phonebook_commands(CLI::App &at);
+void add_pin_commands(CLI::App &at);
 void add_config_commands(CLI::App &app);
 void add_table_commands(CLI::App &app);
 void add_bus_commands(CLI::App &app);
@@ -85,6 +90,9 @@ void add_log_commands(CLI::App &app);
 void add_xml_commands(CLI::App &app);
 void add_text_commands(CLI::App &app);
 void add_gz_commands(CLI::App &app);
+void add_desk_commands(CLI::App &app);
 void add_completion_command(CLI::App &app);
+// Once all commands are there: an example for each.
+void add_examples(CLI::App &app);
 
 }  // namespace hearth::tool
