@@ -1,4 +1,4 @@
-chapter "First boot: the user data tree is filled from the factory tree"
+chapter "First boot: the factory tree becomes the router's own settings"
 expect "configuration complete" example-boot
-expect "<start>192.168.8.100</start>" cat $userdata/lan/config.xml
-start_desk
+expect "192.168.8.100" hearth xml get $userdata/lan/config.xml config.dhcp.start
+start_servers

@@ -1,6 +1,5 @@
-chapter "A daemon asks the modem"
+chapter "The SIM is found, and the modem registers"
+happens "the configuration knows the SIM" grep -q 'sim_state>2<' $userdata/global/config.xml
 expect "IMSI 001010123456789" example-identity
-wait_until grep -q 'sim_state>2<' $userdata/global/config.xml
-sleep 1.2
-expect "Test Network" example-status
+expect "registered, home network" hearth at status
 expect "option: stat=1 long_oper=Valley Mobile short_oper=Valley numeric_oper=00102 rat=2" example-operators

@@ -1,54 +1,120 @@
-# The demo's story, told inside a device root. Every step checks what it shows; the summary counts
-# the steps, and the exit status says whether all of them happened.
+# The demo's story, told inside a device root. Every step checks what it shows; the summary lists
+# the chapters, and the exit status says whether everything in them happened.
+#
+# A part is a file of this folder, or of $HEARTH_STORY; these are its words:
+#     chapter TITLE                what follows belongs to it
+#     expect TEXT COMMAND...       the command ends well, and prints TEXT among others
+#     happens WHAT COMMAND...      the command ends well within ten seconds; it prints nothing
+#     check WHAT COMMAND...        the command ends well at once; it prints nothing
+#     start NAME COMMAND...        a server or daemon in the background
+#     stop NAME SIGNAL             its end
+#     heard NAME TEXT              it prints TEXT within ten seconds
 set -u
 
 if [ -t 1 ]; then
-    bold=$'\e[1m' green=$'\e[32m' red=$'\e[31m' plain=$'\e[0m'
+    bold=$'\e[1m' green=$'\e[32m' red=$'\e[31m' dim=$'\e[2m' plain=$'\e[0m' again=$'\r\e[K'
 else
-    bold='' green='' red='' plain=''
+    bold='' green='' red='' dim='' plain='' again=''
 fi
-told=0
-failed=0
 logs=/var/log/desk
+modem_said=/data/modem.recording
 userdata=/app/webroot/data/userdata
 mkdir -p "$logs"
 device=$HEARTH_BUILD/device
-export PATH="$device/demo:$device/at_server:$device/notify_server:$device/web:$HEARTH_BUILD/tools/hearth:$PATH"
+story=${HEARTH_STORY:-$HEARTH_SOURCE/device/demo}
+export PATH="$device/demo:$device/at_server:$device/notify_server:$device/web:$device/modem_pty:$HEARTH_BUILD/tools/hearth:$PATH"
 # The device's closed libraries are stand-ins here; this product is a B100.
 export LD_LIBRARY_PATH="$HEARTH_BUILD/platform${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}"
 export HEARTH_PRODUCT=B100 HEARTH_START_MODE=0
 device_preload=$HEARTH_BUILD/platform/libplatform.so
 
-chapter() { printf '\n%s%s%s\n' "$bold" "$1" "$plain"; }
+titles=()
+told=() # steps of each chapter
+failed=()
+declare -A pids
+
+chapter() {
+    titles+=("$1")
+    told+=(0)
+    failed+=(0)
+    printf '\n%s[%d/%d] %s%s\n' "$bold" ${#titles[@]} "$chapters" "$1" "$plain"
+}
+
+tell() { printf '  %s\n' "$1"; }
+
+# What is being done, on a terminal, until its outcome takes the line.
+doing() { [ -z "$again" ] || printf '%s  %s%s...%s' "$again" "$dim" "$1" "$plain"; }
+done_doing() { printf '%s' "$again"; }
+
+# What a program printed, without what the library says of its own start.
+# Septets may be control characters.
+quote() { LC_ALL=C sed -e '/^Info, init t_exit_cond/d' -e '/^cl_get7DftAlphabet Exist$/d' -e '/^$/d' -e 's/[[:cntrl:]]/./g' -e 's/^/    /'; }
+
+# step STATUS WHAT: counts a step of this chapter; a status other than 0 is a failure.
+step() {
+    local i=$((${#titles[@]} - 1))
+    told[i]=$((told[i] + 1))
+    [ "$1" -eq 0 ] && return
+    failed[i]=$((failed[i] + 1))
+    printf '  %s%s%s\n' "$red" "$2" "$plain"
+}
 
 # on_device COMMAND...: runs a program with the device's closed library at hand.
-on_device() { LD_PRELOAD=$device_preload "$@"; }
+on_device() {
+    if [ "$(type -t "$1")" = file ]; then LD_PRELOAD=$device_preload "$@"; else "$@"; fi
+}
 
-# expect TEXT COMMAND...: runs the command, shows what it prints, and checks that TEXT is in it.
 expect() {
     local wanted=$1 output status
     shift
-    told=$((told + 1))
+    doing "$*"
     output=$(on_device "$@" 2>&1)
     status=$?
-    printf '%s\n' "$output" | sed 's/^/    /'
-    if [ $status -ne 0 ] || ! grep -qF -- "$wanted" <<<"$output"; then
-        failed=$((failed + 1))
-        printf '  %smissing: %s (exit status %d of %s)%s\n' "$red" "$wanted" "$status" "$1" "$plain"
-    fi
+    done_doing
+    quote <<<"$output"
+    if [ $status -eq 0 ] && ! grep -qF -- "$wanted" <<<"$output"; then status=no; fi
+    case $status in
+        0) step 0 ;;
+        no) step 1 "missing: $wanted" ;;
+        *) step 1 "exit status $status of: $*" ;;
+    esac
 }
 
-# wait_until COMMAND...: tries for ten seconds until the command succeeds.
 wait_until() {
     for _ in $(seq 200); do
-        "$@" >/dev/null 2>&1 && return 0
+        on_device "$@" >/dev/null 2>&1 && return 0
         sleep 0.05
     done
-    echo "  ${red}waited in vain for: $*${plain}"
     return 1
 }
 
-# start NAME COMMAND...: a server or daemon in the background, its output in the desk's logs.
+happens() {
+    local what=$1
+    shift
+    doing "waiting: $what"
+    wait_until "$@"
+    local status=$?
+    done_doing
+    [ $status -ne 0 ] || tell "$what"
+    step $status "waited in vain: $what"
+}
+
+check() {
+    local what=$1
+    shift
+    "$@" >/dev/null 2>&1
+    step $? "missing: $what"
+}
+
+heard() {
+    doing "waiting for $1"
+    wait_until grep -qF -- "$2" "$logs/$1"
+    local status=$?
+    done_doing
+    [ $status -ne 0 ] || printf '    %s: %s\n' "$1" "$2"
+    step $status "$1 has not said: $2"
+}
+
 start() {
     local name=$1
     shift
@@ -56,11 +122,11 @@ start() {
     pids[$name]=$!
     echo "    $name, process ${pids[$name]}"
 }
-declare -A pids
 
 stop() {
-    kill "-${2:-TERM}" "${pids[$1]}"
+    kill "-$2" "${pids[$1]}"
     wait "${pids[$1]}" 2>/dev/null
+    tell "$1, process ${pids[$1]}, is killed"
 }
 
 install_factory() {
@@ -75,42 +141,75 @@ install_factory() {
     done
 }
 
-start_desk() {
-    cp "$HEARTH_SOURCE/device/scenarios/home.toml" /data/scenario.toml
-    on_device example-boot >/dev/null
-    start at_server hearth-at-server --scenario /data/scenario.toml
+start_at_server() {
+    start at_server hearth-at-server --scenario /data/scenario.toml --record "$modem_said"
+}
+
+# The server's own pid file, not one that a killed server left behind.
+at_server_is_up() { [ "$(cat /var/run/pidfile/ats.pid 2>/dev/null)" = "${pids[at_server]}" ]; }
+
+start_servers() {
+    start_at_server
     start notify_server hearth-notify-server
-    wait_until test -e /var/run/pidfile/ats.pid
-    wait_until test -S /var/run/notify/notifyserver
+    happens "the servers are up" eval 'at_server_is_up && test -S /var/run/notify/notifyserver'
+}
+
+# start_desk [SCENARIO]: a router that is up, without a story.
+start_desk() {
+    titles=(desk) told=(0) failed=(0)
+    cp "${1:-$HEARTH_SOURCE/device/scenarios/home.toml}" /data/scenario.toml || exit 1
+    on_device example-boot >/dev/null
+    start_servers
+    if [ "${failed[0]}" -ne 0 ]; then
+        cat "$logs"/* >&2
+        exit 1
+    fi
 }
 
 # swap_sim IMSI: another card in the slot.
 swap_sim() {
     sed -i "s/^imsi = .*/imsi = \"$1\"/" /data/scenario.toml
     kill -HUP "${pids[at_server]}"
-    wait_until grep -q "$1" $userdata/global/config.xml
+    happens "the SIM in the slot is $1" grep -q "$1" $userdata/global/config.xml
 }
 
+# Ends with 1 when a step did not happen, or a chapter has none.
 summary() {
-    chapter "Summary"
-    if [ "$failed" -eq 0 ]; then
-        printf '  %s%d of %d steps happened as told%s\n' "$green" "$told" "$told" "$plain"
+    local i good=1
+    printf '\n%sSummary%s\n' "$bold" "$plain"
+    for i in "${!titles[@]}"; do
+        if [ "${failed[i]}" -eq 0 ] && [ "${told[i]}" -gt 0 ]; then
+            printf '  %sshown%s   %s\n' "$green" "$plain" "${titles[i]}"
+        else
+            good=0
+            printf '  %sFAILED%s  %s: %d of %d steps did not happen\n' \
+                "$red" "$plain" "${titles[i]}" "${failed[i]}" "${told[i]}"
+        fi
+    done
+    local steps=$((${told[*]/%/+}0))
+    if [ $good -eq 1 ] && [ ${#titles[@]} -eq "$chapters" ]; then
+        printf '  %sAll %d steps happened, in %d seconds%s\n' "$green" $steps $SECONDS "$plain"
     else
-        printf '  %s%d of %d steps did not happen%s\n' "$red" "$failed" "$told" "$plain"
+        printf '  %sNot everything happened; the logs told:%s\n' "$red" "$plain"
+        on_device hearth log tail -n 5 | quote
         exit 1
     fi
 }
 
 install_factory
+parts=("$story"/part-*.sh)
 if [ "${1:-}" = --shell ]; then
-    start_desk
-    export LD_PRELOAD=$device_preload
+    start_desk "${2:-}"
     echo "You are in a device root, with the AT server and the notify server running."
-    echo "Their output is in $logs; leave with exit."
-    exec bash --norc -i
+    echo "Begin with: hearth at status. The servers' output: hearth log tail; leave with exit."
+    export LD_PRELOAD=$device_preload
+    # What is no terminal gets no prompts.
+    [ -t 0 ] || exec bash
+    exec bash --rcfile "$HEARTH_SOURCE/device/demo/shell.rc" -i
 fi
-
-for part in "$HEARTH_SOURCE"/device/demo/part-*.sh; do
+chapters=$(cat "${parts[@]}" | grep -c '^chapter ')
+cat "$HEARTH_SOURCE/device/scenarios/home.toml" "$HEARTH_SOURCE/device/demo/story.toml" >/data/scenario.toml
+for part in "${parts[@]}"; do
     . "$part"
 done
 summary
