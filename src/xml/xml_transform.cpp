@@ -70,6 +70,10 @@ bool put_until(XML_Membuf *buffer, const char **text, Ends ends) {
 }
 
 bool put_text(XML_Membuf *buffer, const char *text) {
+    size_t length = strlen(text);
+    if (length <= buffer->capacity - buffer->length) {
+        return put(buffer, string_view(text, length));
+    }
     return put_until(buffer, &text, [](char c) { return c == '\0'; });
 }
 
