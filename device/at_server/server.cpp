@@ -201,10 +201,11 @@ void AtServer::run(const volatile int &stop, const std::function<void()> &idle) 
         pollfd waits[] = {{event_descriptor_, POLLIN, 0}, {modem_.descriptor(), POLLIN, 0}};
         int ready = poll(waits, 2, timeout);
         if (ready > 0 && waits[0].revents != 0) {
+            // Events of a kind do not pile up: one read takes what there is.
             signalfd_siginfo event;
-            while (read(event_descriptor_, &event, sizeof event) > 0) {
+            if (read(event_descriptor_, &event, sizeof event) > 0) {
+                drain();
             }
-            drain();
         }
         if (ready > 0 && waits[1].revents != 0) {
             modem_.readable();
