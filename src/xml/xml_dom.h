@@ -18,10 +18,10 @@ inline int compare_texts(const char *left, const char *right) {
     return strcmp(left, right);
 }
 
-// Whether a text that may be NULL is exactly this one.
+// Whether a text that may be NULL is exactly this one. Most differ in the first byte already.
 inline bool text_is(const char *text, std::string_view expected) {
-    return text != nullptr && strncmp(text, expected.data(), expected.size()) == 0 &&
-           text[expected.size()] == '\0';
+    return text != nullptr && (expected.empty() || *text == expected.data()[0]) &&
+           strncmp(text, expected.data(), expected.size()) == 0 && text[expected.size()] == '\0';
 }
 
 // The attribute with this prefix (NULL for none) and name, or NULL.
