@@ -19,6 +19,9 @@ namespace {
 constexpr std::chrono::seconds kReopenEvery{1};
 // How long a modem may take to say that it has ended a command.
 constexpr std::chrono::seconds kAbortTime{2};
+constexpr std::chrono::seconds kSettingTime{2};
+// Answers that an earlier user may have left.
+constexpr int kMostOwed = 8;
 // What a line may hold before it is taken for rubbish.
 constexpr size_t kLongestLine = 8192;
 // ITU-T V.250, 5.7.1: the numeric final results, which stand alone on their line.
@@ -107,14 +110,32 @@ void TtyModem::open() {
     absence_told_ = false;
     fprintf(stderr, "at_server: the modem is on %s\n", path_.c_str());
     make_raw(fd_);
-    // Echo off, results in words, errors by number, before anything else.
-    for (const char *setting : {"ATE0", "ATV1", "AT+CMEE=1"}) {
-        waiting_.push_front({});
-        waiting_.front() = {{setting, ""}, std::chrono::seconds(2), [](const Reply &) {}};
+    // Echo off, results in words, errors by number, and whether all that was answered, before
+    // anything else.
+    waiting_.push_front({{"AT+CMEE?", ""}, kSettingTime, [this](const Reply &reply) {
+                             check_step(reply, kMostOwed);
+                         }});
+    for (const char *setting : {"AT+CMEE=1", "ATV1", "ATE0"}) {
+        waiting_.push_front({{setting, ""}, kSettingTime, [](const Reply &) {}});
     }
-    std::reverse(waiting_.begin(), waiting_.begin() + 3);
-    settling_ = 3;
+    settling_ = 4;
+    // Ends what an earlier user may have left in hand.
+    send("\r");
     send_next();
+}
+
+// The modem is in step when the question is answered, or when it owes nothing and is silent. Else
+// what came was an answer to an earlier user, and one that is still owed is awaited.
+void TtyModem::check_step(const Reply &reply, int most_owed) {
+    bool answered =
+        std::any_of(reply.lines.begin(), reply.lines.end(),
+                    [](const std::string &line) { return line.compare(0, 6, "+CMEE:") == 0; });
+    if (!answered && !reply.final_result.empty() && most_owed > 0) {
+        waiting_.push_front({Command{}, kAbortTime, [this, most_owed](const Reply &next) {
+                                 check_step(next, most_owed - 1);
+                             }});
+        settling_++;
+    }
 }
 
 // Once, however often it is looked for.

@@ -36,6 +36,7 @@ class TtyModem : public Modem {
     void take_line(const std::string &line);
     void finish(const std::string &final_result);
     void give_up();
+    void check_step(const Reply &reply, int most_owed);
 
     std::string path_;
     int fd_ = -1;

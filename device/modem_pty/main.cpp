@@ -64,6 +64,14 @@ class Line {
     }
 
     void take(char c) {
+        // ITU-T V.250, 5.6.1: whatever is typed ends a command that is being carried out, and is
+        // nothing but that.
+        if (in_hand_ && c != '\n') {
+            turn_++;
+            in_hand_ = false;
+            finish("ERROR");
+            return;
+        }
         if (body_for_ >= 0) {
             take_body(c);
             return;
@@ -108,6 +116,11 @@ class Line {
             finish("OK");
             return;
         }
+        if (line == "AT+CMEE?") {
+            say("+CMEE: " + std::to_string(error_level_));
+            finish("OK");
+            return;
+        }
         command_ = {line, ""};
         for (int i = 0; i < static_cast<int>(std::size(kPrompted)); i++) {
             if (line.compare(0, strlen(kPrompted[i].head), kPrompted[i].head) == 0) {
@@ -120,7 +133,13 @@ class Line {
     }
 
     void start() {
-        modem_.start(command_, std::chrono::seconds(240), [this](const Reply &reply) {
+        in_hand_ = true;
+        modem_.start(command_, std::chrono::seconds(240), [this, turn = turn_](const Reply &reply) {
+            if (turn != turn_) {
+                return;
+            }
+            in_hand_ = false;
+            turn_++;
             for (const std::string &line : reply.lines) {
                 say(line);
             }
@@ -187,6 +206,9 @@ class Line {
     std::string line_;
     Command command_;
     int body_for_ = -1;
+    // A command is being carried out; a reply to one of an earlier turn comes too late.
+    bool in_hand_ = false;
+    int turn_ = 0;
     bool unread_ = false;
     bool echo_ = true;
     bool words_ = true;

@@ -11,9 +11,11 @@
 #include <thread>
 
 #include "hearth/at_k7.h"
+#include "hearth/at_lib.h"
 #include "hearth/at_network.h"
 #include "hearth/at_pb.h"
 #include "hearth/at_sms.h"
+#include "hearth/osa_pthread.h"
 #include "support/desk.h"
 
 using namespace hearth::test;
@@ -159,6 +161,49 @@ TEST(Terminal, TheMessageFollowsThePrompt) {
     message.index = 1;
     ASSERT_EQ(AT_Cmgr(&message), 0);
     EXPECT_STREQ(message.pdu, "00010203FF");
+}
+
+std::string imei_told() {
+    at_text_reply imei{};
+    return AT_imei(&imei) == 0 ? imei.text : "no answer";
+}
+
+// For the time that a late answer may come in, every question gets its own answer.
+void expect_in_step(double seconds) {
+    for (double gone = 0; gone < seconds; gone += 0.2) {
+        EXPECT_EQ(imei_told(), "490154203237518");
+        usleep(200000);
+    }
+}
+
+TEST(Terminal, AnAnswerThatComesTooLateBelongsToNobody) {
+    Desk desk(Desk::written("[[refuse]]\ncommand = \"AT^SLOW\"\ndelay = 2\n"
+                            "[[refuse]]\ncommand = \"AT^MUTE\"\nsilent = true\n"),
+              Desk::kOnTerminal);
+    for (const char *command : {"AT^SLOW", "AT^MUTE"}) {
+        at_server_msg message{};
+        message.mtype = osa_pthread_getid();
+        message.req_param = -1;
+        message.timeout = 1;
+        strcpy(message.report, command);
+        EXPECT_NE(GetDataFromAtServer(&message), 0);
+        expect_in_step(2);
+    }
+}
+
+TEST(Terminal, WhatAServerLeftInHandIsNotAnsweredToTheNext) {
+    ModemProcess modem("[[refuse]]\ncommand = \"AT+COPS=?\"\ndelay = 2\n");
+    auto first = std::make_unique<Desk>(std::vector<std::string>{"--tty", kLine});
+    std::thread asking([] {
+        at_operators found{};
+        at_cops_info unused{};
+        EXPECT_EQ(AT_ChoseOperators(2, &unused, &found), -1);
+    });
+    usleep(300000);
+    first.reset();
+    Desk second(std::vector<std::string>{"--tty", kLine});
+    expect_in_step(2.5);
+    asking.join();
 }
 
 bool answers_within(int seconds) {
