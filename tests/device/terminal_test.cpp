@@ -195,7 +195,8 @@ TEST(Terminal, WhatAServerLeftInHandIsNotAnsweredToTheNext) {
     ModemProcess modem("[[refuse]]\ncommand = \"AT+COPS=?\"\ndelay = 2\n");
     auto first = std::make_unique<Desk>(std::vector<std::string>{"--tty", kLine});
     std::thread asking([] {
-        at_operators found{};
+        auto list = std::make_unique<at_operator_list>();
+        at_operators found{.list = list.get()};
         at_cops_info unused{};
         EXPECT_EQ(AT_ChoseOperators(2, &unused, &found), -1);
     });
