@@ -42,8 +42,8 @@ chapter() {
 
 tell() { printf '  %s\n' "$1"; }
 
-# What is being done, on a terminal, until its outcome takes the line.
-doing() { [ -z "$again" ] || printf '%s  %s%s...%s' "$again" "$dim" "$1" "$plain"; }
+# What is being done, on a terminal and as far as a line goes, until its outcome takes the line.
+doing() { [ -z "$again" ] || printf '%s  %s%s...%s' "$again" "$dim" "${1:0:70}" "$plain"; }
 done_doing() { printf '%s' "$again"; }
 
 # What a program printed, without what the library says of its own start.
