@@ -21,7 +21,7 @@ namespace {
 
 constexpr int64_t kTickMs = 20;
 constexpr int64_t kReadyMs = 20000;
-constexpr int64_t kEndMs = 60000;
+constexpr int64_t kEndMs = 10000;
 // A module dies every few seconds.
 constexpr int64_t kWokenMs = 120000;
 // Queues of the AT server; of semaphores and shared memory the library has none.
@@ -228,6 +228,12 @@ void Driver::reap() {
     }
 }
 
+bool Driver::is_in_call(const Player &player) const {
+    const auto &watches = board().slots[&player - players_.data()].watches;
+    return std::any_of(std::begin(watches), std::end(watches),
+                       [](const Watch &watch) { return watch.call != nullptr; });
+}
+
 void Driver::watch_calls(int64_t now) {
     for (size_t slot = 0; slot < players_.size(); slot++) {
         for (Watch &watch : board().slots[slot].watches) {
@@ -300,7 +306,10 @@ void Driver::end_workers() {
             usleep(kTickMs * 1000);
         }
         if (ended == 0) {
-            // A function that waits for an AT server which was killed under it has longer.
+            // A call that waits for an AT server which was killed under it has longer.
+            if (!is_in_call(player)) {
+                fail("%s does not end", player.name);
+            }
             kill(player.id, SIGKILL);
             waitpid(player.id, &status, 0);
         } else if (status != 0) {

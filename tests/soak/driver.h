@@ -44,6 +44,7 @@ class Driver {
     void kill_one(int64_t now);
     void bear_with_calls();
     void reap();
+    bool is_in_call(const Player &player) const;
     void watch_calls(int64_t now);
     void measure();
     void end();
