@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # every public header alone, as C11 and as C++20, warnings as errors
-for header in include/hearth/*.h; do
-    echo "#include \"hearth/$(basename "$header")\"" >build/header.c
-    cc -std=c11 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -Iinclude build/header.c
-    c++ -std=c++20 -Wall -Wextra -Wpedantic -Werror -fsyntax-only -Iinclude -x c++ build/header.c
-done
+compile_alone() {
+    local strict=(-Wall -Wextra -Wpedantic -Werror -fsyntax-only -Iinclude)
+    echo "#include \"hearth/$(basename "$1")\"" | cc -std=c11 "${strict[@]}" -x c - &&
+        echo "#include \"hearth/$(basename "$1")\"" | c++ -std=c++20 "${strict[@]}" -x c++ -
+}
+export -f compile_alone
+printf '%s\n' include/hearth/*.h | xargs -P "$(nproc)" -I{} bash -c 'compile_alone {}'
 echo "$(ls include/hearth/*.h | wc -l) headers compile alone"

@@ -1,4 +1,13 @@
 #!/usr/bin/env bash
-# every test under ThreadSanitizer
+# the tests with several threads under ThreadSanitizer; with arguments for ctest any of the tests
 export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1"
-build_and_test tsan "$@"
+# The programs that tests start have one thread each: those of the release build will do.
+cmake --preset release >/dev/null && cmake --build --preset release --target hearth_desk
+if [ $# -gt 0 ]; then
+    build_and_test tsan "$@"
+    return
+fi
+programs=(tests/{osa,config,notify}/*_test.cpp tests/ats/at_{lib,comm,network,sms}_test.cpp)
+programs=("${programs[@]##*/}")
+programs=("${programs[@]%.cpp}")
+build_and_test --targets "${programs[*]}" tsan -R "^($(IFS='|' && echo "${programs[*]}")):"
