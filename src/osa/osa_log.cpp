@@ -55,10 +55,15 @@ void note_passing_levels() {
     g_passing.store(passing, std::memory_order_relaxed);
 }
 
-// The entry of a module, or null. A name is compared as far as an entry holds it.
+// The whole name of a module's entry, which stands behind the record: that holds 27 characters.
+char *whole_name(log_setting *entry) {
+    return reinterpret_cast<char *>(entry + 1);
+}
+
+// The entry of a module, or null.
 log_setting *find_entry(const char *name) {
     for (log_setting *entry = g_def_log_setting.next; entry != nullptr; entry = entry->next) {
-        if (strncmp(entry->name, name, sizeof entry->name - 1) == 0) {
+        if (strcmp(whole_name(entry), name) == 0) {
             return entry;
         }
     }
@@ -78,11 +83,12 @@ void remove_entries() {
 void set_module_mask(const char *name, uint32_t mask) {
     log_setting *entry = find_entry(name);
     if (entry == nullptr) {
-        entry = static_cast<log_setting *>(calloc(1, sizeof(log_setting)));
+        entry = static_cast<log_setting *>(calloc(1, sizeof(log_setting) + strlen(name) + 1));
         if (entry == nullptr) {
             return;
         }
         hearth::copy_text(entry->name, name);
+        strcpy(whole_name(entry), name);
         entry->next = g_def_log_setting.next;
         g_def_log_setting.next = entry;
     }

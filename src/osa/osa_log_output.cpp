@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <pthread.h>
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
@@ -60,17 +61,25 @@ int g_fd = -1;
 OperationsLog OM_log;
 
 // The stamps of the second of the last line, without what follows the point. The calendar is asked
-// once a second, because it looks at the zone's file each time.
+// once a second, because it looks at the zone's file each time, and when the zone has changed.
 struct Second {
     time_t time;
+    char zone[64];  // as the environment has it; a longer one is cut and never found again
     char padded[24];
     char plain[24];
 };
-Second g_second = {-1, "", ""};
+Second g_second = {-1, "", "", ""};
+
+// An unset zone is the system's file, an empty one is universal time.
+const char *zone_setting() {
+    const char *zone = getenv("TZ");
+    return zone != nullptr ? zone : ":/etc/localtime";
+}
 
 const Second &this_second() {
     time_t now = osa_time(nullptr);
-    if (now != g_second.time) {
+    const char *zone = zone_setting();
+    if (now != g_second.time || strcmp(zone, g_second.zone) != 0) {
         osa_time_t local{};
         osa_gmtime(&now, &local);
         int32_t hour = local.hour + kHourShift;
@@ -79,6 +88,7 @@ const Second &this_second() {
         format_text(g_second.plain, sizeof g_second.plain, "%d:%d:%d.", hour, local.minute,
                     local.second);
         g_second.time = now;
+        hearth::copy_text(g_second.zone, zone);
     }
     return g_second;
 }

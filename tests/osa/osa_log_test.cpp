@@ -135,6 +135,17 @@ TEST_F(OsaLog, LinesAreExact) {
                                   id() + "): <NONE> :-1  \n");
 }
 
+TEST_F(OsaLog, StampsFollowTheZoneWithinASecond) {
+    write_settings(2, {{"default", 2}});
+    std::string rest = ":05:07.042  (  " + id() + "): <ERRO> b:1 ";
+    for (const auto &[zone, hour] : std::map<std::string, std::string>{
+             {"", "27"}, {"UTC0", "27"}, {"WEST4", "23"}, {"WEST3", "24"}, {"EAST-5", "08"}}) {
+        setenv("TZ", zone.c_str(), 1);
+        print_log_ex("m", "a/b", 1, 2, "%s", "");
+        EXPECT_EQ(take_log(), hour + rest) << zone;
+    }
+}
+
 TEST_F(OsaLog, LevelsHaveTheirTags) {
     const std::map<uint32_t, std::string> tags = {
         {0, "<NONE>"}, {1, "<FATL>"},  {2, "<ERRO>"},  {3, "<NONE>"},         {4, "<WARN>"},
@@ -229,6 +240,10 @@ TEST_F(OsaLog, LongNamesStayInTheirEntry) {
     EXPECT_STREQ(next->name, "before") << "set again, not added again";
     EXPECT_NE(default_log_filter("before", 4, &entry), 0);
     EXPECT_NE(default_log_filter("behind", 16, &entry), 0);
+    EXPECT_EQ(default_log_filter(longest.c_str(), 2, &entry), 0) << "the rest of a name counts";
+    osa_set_log_mask(longest.c_str(), 1);
+    EXPECT_NE(default_log_filter(longest.c_str(), 1, &entry), 0);
+    EXPECT_EQ(default_log_filter(longer.c_str(), 1, &entry), 0);
 }
 
 TEST_F(OsaLog, SettingsInPart) {
