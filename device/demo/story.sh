@@ -156,8 +156,10 @@ start_servers() {
 
 # start_desk [SCENARIO]: a router that is up, without a story.
 start_desk() {
+    local scenario=${1:-$HEARTH_SOURCE/device/scenarios/home.toml}
     titles=(desk) told=(0) failed=(0)
-    cp "${1:-$HEARTH_SOURCE/device/scenarios/home.toml}" /data/scenario.toml || exit 1
+    hearth scenario check "$scenario" >/dev/null || exit 1
+    cp "$scenario" /data/scenario.toml || exit 1
     on_device example-boot >/dev/null
     start_servers
     if [ "${failed[0]}" -ne 0 ]; then

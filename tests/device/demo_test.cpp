@@ -157,7 +157,7 @@ TEST_F(Demo, TheShellIsAWorldToWorkIn) {
     session.type("\n", "router:");
 
     // The log is followed, also that of a process which begins to write now.
-    session.type("(sleep 1; echo I am new >/var/log/desk/newcomer) &\n", "router:");
+    session.type("start newcomer sh -c 'sleep 1; echo I am new'\n", "router:");
     std::string log = session.type("hearth log tail -f\n", "newcomer: I am new");
     EXPECT_NE(log.find("at_server: the card is ready"), std::string::npos) << log;
     session.type("\x03", "router:");
@@ -165,6 +165,13 @@ TEST_F(Demo, TheShellIsAWorldToWorkIn) {
 
     session.type("exit\n", "exit");
     EXPECT_EQ(session.ended(), 0);
+}
+
+TEST_F(Demo, AWrongScenarioIsTold) {
+    write_text("/data/wrong.toml", "[sim]\nimsi = 1\n");
+    Session session("/data/wrong.toml");
+    session.until("hearth: /data/wrong.toml:2: \"imsi\" wants a text in quotation marks");
+    EXPECT_EQ(session.ended(), 1);
 }
 
 TEST_F(Demo, ThePinIsAskedForUnseen) {
