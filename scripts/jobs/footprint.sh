@@ -23,13 +23,13 @@ cmake --build --preset release --target hearth hearth-at-server hearth-notify-se
 cc -std=gnu11 -DFOOTPRINT_BARE tests/footprint/footprint.c -o build/footprint-bare
 cc -std=gnu11 -Iinclude tests/footprint/footprint.c -o build/footprint \
     -Lbuild/release/src -lhearth -Wl,-rpath,"$PWD/build/release/src"
-build/release/device/root/hearth-root -- bash -c '
+build/release/device/root/hearth-root -- bash -o pipefail -c '
     userdata=/app/webroot/data/userdata
     mkdir -p $userdata/footprint $userdata/log
     echo "<config><value>1</value></config>" >$userdata/footprint/config.xml
     echo "<log><Where>2</Where><Size>1024</Size><Modules><m><name>default</name><mask>0</mask></m>
           <m><name>footprint</name><mask>31</mask></m></Modules></log>" >$userdata/log/logs.xml
-    build/release/device/at_server/hearth-at-server --scenario device/scenarios/home.toml &
+    build/release/device/at_server/hearth-at-server --scenario device/scenarios/home.toml 2>/dev/null &
     build/release/device/notify_server/hearth-notify-server 2>/dev/null &
     until [ -e /var/run/pidfile/ats.pid ] && [ -S /var/run/notify/notifyserver ]; do sleep 0.02; done
     build/footprint "$(build/footprint-bare)" | grep -v "^Info"'
