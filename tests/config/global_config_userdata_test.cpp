@@ -150,10 +150,18 @@ TEST(UserData, RestoreSwapsAtTheNextBootAndNotBefore) {
     EXPECT_EQ(log.texts()[1], "2 factory dir[/WebApp/common/factory/] not exist!\n");
 }
 
+// Before each call that changes something, and in the middle of each that writes.
+template <typename Operation, typename Check>
+void cut_everywhere(Operation operation, Check check) {
+    using namespace hearth::test;
+    for (Fault fault : {Fault::kCrash, Fault::kTorn}) {
+        EXPECT_GT(for_each_crash(kOpens | kWrites | kNames | kCloses, operation, check, fault), 15);
+    }
+}
+
 TEST(UserData, EveryPowerCutOfAFirstBootEndsInACompleteTree) {
     make_factory();
-    int stops = hearth::test::for_each_crash(
-        hearth::test::kOpens | hearth::test::kWrites | hearth::test::kNames,
+    cut_everywhere(
         [] {
             clear_data();
             cl_copy_default_2_userdata();
@@ -163,15 +171,12 @@ TEST(UserData, EveryPowerCutOfAFirstBootEndsInACompleteTree) {
             EXPECT_EQ(cl_copy_default_2_userdata(), complete ? -1 : 0) << n;
             EXPECT_EQ(tree_of(kUserTree), with_flag(kFactory)) << "cut " << n;
         });
-    EXPECT_GT(stops, 15);
-    printf("%d power cuts of a first boot\n", stops);
 }
 
 TEST(UserData, EveryPowerCutOfARestoreLeavesTheOldOrTheNewTree) {
     make_factory();
     const Tree mine = {{"finish.flag", ""}, {"top", "mine"}};
-    int stops = hearth::test::for_each_crash(
-        hearth::test::kOpens | hearth::test::kWrites | hearth::test::kNames,
+    cut_everywhere(
         [&] {
             clear_data();
             write_text(kUserTree + "top", "mine");
@@ -187,8 +192,6 @@ TEST(UserData, EveryPowerCutOfARestoreLeavesTheOldOrTheNewTree) {
             cfg_garbage_remover(nullptr);
             EXPECT_FALSE(fs::exists(kNextTree));
         });
-    EXPECT_GT(stops, 15);
-    printf("%d power cuts of a restore\n", stops);
 }
 
 TEST(UserDataFiles, CopyOfOneFile) {

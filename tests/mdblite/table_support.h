@@ -146,4 +146,50 @@ inline int32_t delete_key(MDBL_Table *table, uint16_t size, uint32_t key) {
     return mdbl_TableDelete(table, 1, compare_keys, make_record(size, key).data());
 }
 
+// The size of the records of the tables below.
+constexpr uint16_t kSmallSize = 16;
+
+using Contents = std::vector<std::string>;
+
+// Key and text of every record, in the order of the slots.
+inline Contents contents(MDBL_Table *table) {
+    Contents all;
+    mdbl_TableEnumerate(
+        table, 0,
+        [](void *record, void *argument) {
+            const char *text = static_cast<const char *>(record) + 4;
+            static_cast<Contents *>(argument)->push_back(std::to_string(key_of(record)) + text);
+            return 1;
+        },
+        &all);
+    return all;
+}
+
+inline Contents contents_of_file() {
+    TablePointer table = open_table();
+    EXPECT_NE(table, nullptr);
+    return table == nullptr ? Contents{} : contents(table.get());
+}
+
+inline int32_t set_text(MDBL_Table *table, uint32_t key, const char *text) {
+    return mdbl_TableUpdate(
+        table, 1, compare_keys,
+        [](void *record, void *argument) {
+            strcpy(static_cast<char *>(record) + 4, static_cast<const char *>(argument));
+            return 0;
+        },
+        make_record(kSmallSize, key).data(), const_cast<char *>(text));
+}
+
+// A table with the records 1 to 4, of which 2 was deleted.
+inline void prepare_small(uint8_t preallocate) {
+    mdbl_DropTable(kTablePath);
+    make_table(kSmallSize, 6, preallocate);
+    TablePointer table = open_indexed();
+    for (uint32_t key = 1; key <= 4; key++) {
+        ASSERT_EQ(insert_key(table.get(), kSmallSize, key, "old"), MDBL_OK);
+    }
+    ASSERT_EQ(delete_key(table.get(), kSmallSize, 2), MDBL_OK);
+}
+
 }  // namespace hearth::test

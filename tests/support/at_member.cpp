@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+#include "support/faults.h"
+
 using hearth::test::AtStandIn;
 
 namespace {
@@ -115,6 +117,25 @@ void check_refusals(AtStandIn &modem, const ErasedCase &row) {
     }
 }
 
+// With each allocation failing in turn: a failure, or all of the record, and nothing kept.
+void check_without_memory(AtStandIn &modem, const ErasedCase &row) {
+    bool fired = true;
+    int n = 0;
+    while (fired) {
+        modem.answer({{AT_RET_SUCCESS, row.reply}});
+        std::string record = row.input;
+        long before = holdings().blocks;
+        arm_fault(Fault::kFail, kAllocations, ++n, ENOMEM);
+        int32_t result = row.call(record.data());
+        fired = disarm_fault();
+        EXPECT_EQ(holdings().blocks, before) << "allocation " << n;
+        // Without a parse that may fail, or with one whose failure is passed over, all may go.
+        EXPECT_TRUE(!row.parses || result == -1 || (result == 0 && record == row.expected))
+            << "allocation " << n;
+    }
+    count_faults(n - 1);
+}
+
 }  // namespace
 
 void check_erased(AtStandIn &modem, const ErasedCase &row) {
@@ -127,6 +148,7 @@ void check_erased(AtStandIn &modem, const ErasedCase &row) {
                        row.err_before_list ? with_err(row, AT_ERR_NONE) : row.input);
     }
     check_refusals(modem, row);
+    check_without_memory(modem, row);
     expect_outcome(modem, row, {0, "", -1}, -1, row.input);
     if (row.null_record) {
         modem.answer({{AT_RET_SUCCESS, row.reply}});

@@ -30,8 +30,12 @@ void ensure_lock() {
     }
 }
 
-void take_lock() {
-    osa_sem_take(g_icfgSem.load(), -1);
+bool take_lock() {
+    uintptr_t semaphore = g_icfgSem.load();
+    // A signal ends a wait; going on without the lock, and giving it back, would let two in.
+    while (semaphore != 0 && osa_sem_take(semaphore, -1) != 1) {
+    }
+    return semaphore != 0;
 }
 
 void give_lock() {

@@ -45,7 +45,8 @@ extern State g_state;
 
 // Creates g_icfgSem on first use.
 void ensure_lock();
-void take_lock();
+// False when there is none, for want of memory.
+bool take_lock();
 void give_lock();
 
 // Holds g_icfgSem for the length of a scope.
@@ -53,7 +54,7 @@ class ConfigLock {
   public:
     ConfigLock() {
         ensure_lock();
-        take_lock();
+        held_ = take_lock();
     }
     ConfigLock(const ConfigLock &) = delete;
     ConfigLock &operator=(const ConfigLock &) = delete;
@@ -67,7 +68,7 @@ class ConfigLock {
     void keep() { held_ = false; }
 
   private:
-    bool held_ = true;
+    bool held_ = false;
 };
 
 // A path that grows in a zeroed heap buffer of 256 bytes. What does not fit makes it invalid for

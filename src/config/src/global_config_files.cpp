@@ -20,7 +20,8 @@ constexpr size_t kCopySize = 2048;
 using OpenDirectory = Owned<osa_dir_t, osa_closedir>;
 using OpenFile = Owned<FILE, osa_fclose>;
 
-// Copies what is left of a stream. False when a write falls short.
+// Copies what is left of a stream. False when a write falls short, and when what there is cannot be
+// read: a tree that lacks the rest of a file must not be taken for a complete one.
 bool copy_stream(FILE *from, FILE *to, char *buffer) {
     size_t got = 0;
     while ((got = osa_fread(buffer, 1, kCopySize, from)) > 0) {
@@ -28,7 +29,7 @@ bool copy_stream(FILE *from, FILE *to, char *buffer) {
             return false;
         }
     }
-    return true;
+    return ferror(from) == 0;
 }
 
 // Removes one entry of a directory with what is below it. False when it could not be removed.

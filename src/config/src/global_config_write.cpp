@@ -1,5 +1,8 @@
 // Writing items of the user data layer.
 
+#include <errno.h>
+#include <sys/stat.h>
+
 #include <string_view>
 
 #include "base/text.h"
@@ -53,13 +56,30 @@ XML_Node *provide_item(XML_Node *root, char *item) {
     return node;
 }
 
-// The document of a file, or a new one.
+// Whether a file that could not be read holds settings all the same, which a new document in its
+// place would wipe out. `error` is what the parser met: it calls a document for which there was no
+// memory a faulty one.
+bool would_lose_settings(int32_t parse_result, int error, const char *path) {
+    if (parse_result != XML_RESULT_NO_MEMORY && parse_result != XML_RESULT_OPEN &&
+        parse_result != XML_RESULT_READ && error != ENOMEM) {
+        return false;
+    }
+    osa_stat_t status;
+    return osa_stat(path, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
+}
+
+// The document of a file, or a new one. Empty on failure.
 XmlTree open_document(const char *path) {
     XML_Node *root = nullptr;
-    if (cl_xmlParseFile(path, &root) == 0 && root != nullptr) {
+    errno = 0;
+    int32_t result = cl_xmlParseFile(path, &root);
+    int error = errno;
+    if (result == 0 && root != nullptr) {
         return XmlTree(root);
     }
-    if (cl_xmlCreateNode(XML_NODE_ELEMENT, nullptr, kRootName, nullptr, &root) != 0) {
+    if (would_lose_settings(result, error, path)) {
+        HEARTH_LOG(OSA_LOG_ERROR, "read xml file[%s] failed\n", path);
+    } else if (cl_xmlCreateNode(XML_NODE_ELEMENT, nullptr, kRootName, nullptr, &root) != 0) {
         HEARTH_LOG(OSA_LOG_ERROR, "create xml node failed!\n");
         root = nullptr;
     }
