@@ -361,14 +361,14 @@ WORK(Sqlite, kSelect);
 // How the store grows.
 BENCHMARK(work<Hearth, Work::kInsert>)
     ->Arg(100)
+    ->Arg(300)
     ->Arg(1000)
-    ->Arg(30000)
     ->UseManualTime()
     ->Iterations(20);
 BENCHMARK(work<Hearth, Work::kSelect>)
     ->Arg(100)
+    ->Arg(300)
     ->Arg(1000)
-    ->Arg(30000)
     ->UseManualTime()
     ->Iterations(20);
 

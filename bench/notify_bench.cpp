@@ -413,6 +413,10 @@ int main(int count, char **arguments) {
     }
     signal(SIGPIPE, SIG_IGN);
     benchmark::Initialize(&count, arguments);
+    // By this thread, with whose end they die.
+    for (const char *kind : {Ours::kKind, SdBus::kKind, Zmq::kKind, Relay::kKind}) {
+        start_peer(kind);
+    }
     benchmark::RunSpecifiedBenchmarks();
     return 0;
 }

@@ -7,13 +7,13 @@ cmake --build --preset bench --target "${programs[@]}" \
     hearth-root hearth-at-server hearth-notify-server
 results=()
 
-# run NAME PROGRAM [ARGUMENT...]: the result goes to NAME.json
+# run NAME PROGRAM [ARGUMENT...]: the result goes to NAME.json, what is printed to NAME.log
 run() {
-    local result=build/bench/$1.json program=build/bench/bench/$2
+    local result=build/bench/$1.json log=build/bench/$1.log program=build/bench/bench/$2
     echo "-- $1"
     build/bench/device/root/hearth-root -- "$program" --benchmark_repetitions=7 \
         --benchmark_enable_random_interleaving=true --benchmark_min_time=0.1 \
-        --benchmark_display_aggregates_only=true --benchmark_out="$result" "${@:3}"
+        --benchmark_out="$result" "${@:3}" >"$log" 2>&1 || { tail -20 "$log"; exit 1; }
     results+=("$result")
 }
 
