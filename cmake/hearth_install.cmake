@@ -6,6 +6,8 @@ install(TARGETS hearth EXPORT hearth_targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libhearth${PROJECT_VERSION_MAJOR}
   RENAME copyright COMPONENT runtime)
+install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libhearth-dev
+  RENAME copyright COMPONENT development)
 install(DIRECTORY include/hearth DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 install(EXPORT hearth_targets NAMESPACE hearth:: FILE hearthTargets.cmake
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/hearth COMPONENT development)
@@ -37,6 +39,8 @@ if(HEARTH_BUILD_DEVICE)
     install(TARGETS ${program} OPTIONAL
       RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
   endforeach()
+  install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/hearth-tools
+    RENAME copyright COMPONENT tools)
   install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
   install(DIRECTORY device/scenarios/ DESTINATION ${CMAKE_INSTALL_DATADIR}/hearth
     COMPONENT tools)

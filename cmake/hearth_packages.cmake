@@ -16,19 +16,19 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libhearth${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${PROJECT_DESCRIPTION}: the shared library")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "The shared library that every daemon links.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libhearth-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
   "libhearth${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}), zlib1g-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-  "${PROJECT_DESCRIPTION}: headers, and files for pkg-config and CMake")
+  "Headers, and files for pkg-config and CMake.")
 
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME hearth-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION devel)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
   "libhearth${PROJECT_VERSION_MAJOR} (>= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION
-  "${PROJECT_DESCRIPTION}: the servers, the modem and the device root of the desk")
+  "The hearth tool; the servers, the modem and the device root of the desk.")
 include(CPack)
