@@ -59,9 +59,10 @@ std::string digits_problem(const std::string &text) {
 
 void run_pin_enter(const PinOptions &options) {
     need_at_server();
-    std::string code = options.pin.empty() ? ask_hidden("PIN") : options.pin;
+    const char *asked = options.new_pin.empty() ? "PIN" : "PUK";
+    std::string code = options.pin.empty() ? ask_hidden(asked) : options.pin;
     if (!digits_problem(code).empty()) {
-        throw Failure("PIN: " + digits_problem(code), kExitUsage);
+        throw Failure(asked + (": " + digits_problem(code)), kExitUsage);
     }
     at_pin_info_ex pin{};
     int32_t result =
