@@ -95,7 +95,8 @@ HEARTH_API const char *QC_zError(int error);
  *           gz_open_offset
  * Returns the file, or NULL. A file opened for reading is read up to behind its gzip header.
  */
-HEARTH_API QC_gzFile QC_gzopen(const char *path, const char *mode, z_off_t offset);
+HEARTH_API HEARTH_MUST_CHECK QC_gzFile QC_gzopen(const char *path, const char *mode,
+                                                 z_off_t offset);
 
 /*
  * Opens a gzip stream that begins inside a file: seeks before the gzip header is read or written.
@@ -105,12 +106,12 @@ HEARTH_API QC_gzFile QC_gzopen(const char *path, const char *mode, z_off_t offse
  *   offset      bytes from the start of the file to the gzip stream
  * Returns the file, or NULL. A seek that fails closes the descriptor.
  */
-HEARTH_API QC_gzFile gz_open_offset(const char *path, const char *mode, int descriptor,
-                                    z_off_t offset);
+HEARTH_API HEARTH_MUST_CHECK QC_gzFile gz_open_offset(const char *path, const char *mode,
+                                                      int descriptor, z_off_t offset);
 
 /* The gzip file layer. QC_gzerror gives zlib's texts; one is valid until the next call with the
  * same file. */
-HEARTH_API QC_gzFile QC_gzdopen(int descriptor, const char *mode);
+HEARTH_API HEARTH_MUST_CHECK QC_gzFile QC_gzdopen(int descriptor, const char *mode);
 HEARTH_API int QC_gzsetparams(QC_gzFile file, int level, int strategy);
 HEARTH_API int QC_gzread(QC_gzFile file, voidp buffer, unsigned length);
 HEARTH_API int QC_gzwrite(QC_gzFile file, voidpc buffer, unsigned length);

@@ -147,7 +147,7 @@ HEARTH_API uint32_t mdbl_TableSize(const MDBL_Table *table);
 
 /* Reads one more block into memory. Returns MDBL_MORE_TO_CACHE until the end of the table is
  * reached, then MDBL_OK; MDBL_ERR_NO_MEMORY. */
-HEARTH_API int32_t mdbl_TableCache(MDBL_Table *table);
+HEARTH_API HEARTH_MUST_CHECK int32_t mdbl_TableCache(MDBL_Table *table);
 
 /* Stores 1 in `cached` if the whole table is in memory, else 0. */
 HEARTH_API int32_t mdbl_TableIsCached(const MDBL_Table *table, uint8_t *cached);
@@ -206,7 +206,8 @@ HEARTH_API int32_t mdbl_TableEnumerate(MDBL_Table *table, uint32_t number, MDBL_
  * Returns MDBL_OK; MDBL_ERR_INDEX_NUMBER; MDBL_ERR_INDEX_EXISTS; MDBL_ERR_NO_MEMORY, also while
  * the table is not fully cached.
  */
-HEARTH_API int32_t mdbl_TableCreateIndex(MDBL_Table *table, uint32_t number, MDBL_Compare compare);
+HEARTH_API HEARTH_MUST_CHECK int32_t mdbl_TableCreateIndex(MDBL_Table *table, uint32_t number,
+                                                           MDBL_Compare compare);
 
 /* Field types of mdbl_TableCreateIndexEx. Any other type compares as equal and ends the key. */
 enum {
@@ -261,25 +262,29 @@ HEARTH_API int32_t mdbl_JournalRestore(void);
  * for bad arguments and when memory ran out. The cursor stands on the first entry. */
 
 /* The records equal to a key, in the order of an index, or in reverse if `descending` is not 0. */
-HEARTH_API MDBL_RecordSet *mdbl_TableSelect(MDBL_Table *table, uint32_t number,
-                                            MDBL_Compare compare, const void *key,
-                                            int32_t descending);
+HEARTH_API HEARTH_MUST_CHECK MDBL_RecordSet *mdbl_TableSelect(MDBL_Table *table, uint32_t number,
+                                                              MDBL_Compare compare, const void *key,
+                                                              int32_t descending);
 
 /* The records that a filter takes, in the order of the slots; a negative result ends the walk. */
-HEARTH_API MDBL_RecordSet *mdbl_TableSelectWithoutIndex(MDBL_Table *table, MDBL_Filter filter,
-                                                        const void *argument);
+HEARTH_API HEARTH_MUST_CHECK MDBL_RecordSet *mdbl_TableSelectWithoutIndex(MDBL_Table *table,
+                                                                          MDBL_Filter filter,
+                                                                          const void *argument);
 
 /* All records equal to the first key, then to the second, and so on. NULL for no keys. */
-HEARTH_API MDBL_RecordSet *mdbl_TableSelectIn(MDBL_Table *table, uint32_t number,
-                                              MDBL_Compare compare, const void *const *keys,
-                                              uint32_t key_count);
+HEARTH_API HEARTH_MUST_CHECK MDBL_RecordSet *mdbl_TableSelectIn(MDBL_Table *table, uint32_t number,
+                                                                MDBL_Compare compare,
+                                                                const void *const *keys,
+                                                                uint32_t key_count);
 
 /* The first record of each group of a secondary index; none for a table of fewer than two. */
-HEARTH_API MDBL_RecordSet *mdbl_TableSelectOnSecondaryIndex(MDBL_Table *table, uint32_t number);
+HEARTH_API HEARTH_MUST_CHECK MDBL_RecordSet *mdbl_TableSelectOnSecondaryIndex(MDBL_Table *table,
+                                                                              uint32_t number);
 
 /* The entries of a set that a filter takes. NULL if `zero` is not 0. */
-HEARTH_API MDBL_RecordSet *mdbl_RSSelect(const MDBL_RecordSet *set, MDBL_Filter filter,
-                                         const void *argument, uint32_t zero);
+HEARTH_API HEARTH_MUST_CHECK MDBL_RecordSet *mdbl_RSSelect(const MDBL_RecordSet *set,
+                                                           MDBL_Filter filter, const void *argument,
+                                                           uint32_t zero);
 
 /* Frees a set; the records stay. NULL is ignored. */
 HEARTH_API void mdbl_RSDestroy(MDBL_RecordSet *set);

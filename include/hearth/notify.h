@@ -45,7 +45,7 @@ typedef uint32_t (*notify_asyn_handler)(uint32_t msg_id, uintptr_t arg1, uintptr
  * Returns 0, or -1 if already connected or on failure. Blocks up to 2 seconds while the server
  * can't be reached.
  */
-HEARTH_API int32_t init_notify(void);
+HEARTH_API HEARTH_MUST_CHECK int32_t init_notify(void);
 
 /*
  * Registers a module of this process, or replaces its handlers. The first id registered is the
@@ -56,8 +56,9 @@ HEARTH_API int32_t init_notify(void);
  * Returns 0, or -1 if not connected, for a wrong id, or if sending fails. Does not wait for the
  * server: there is no telling whether it has taken the registration.
  */
-HEARTH_API int32_t register_notify_handler(uint32_t mid, notify_sync_handler sync_handler,
-                                           notify_asyn_handler asyn_handler);
+HEARTH_API HEARTH_MUST_CHECK int32_t register_notify_handler(uint32_t mid,
+                                                             notify_sync_handler sync_handler,
+                                                             notify_asyn_handler asyn_handler);
 
 /*
  * Sets the number of pool threads, 5 by default. Takes effect only before the first init_notify.

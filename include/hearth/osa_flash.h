@@ -20,7 +20,7 @@ HEARTH_BEGIN_DECLS
  *   mode   -1 makes the file anew and empty; any other opens the file that is there
  * Returns the descriptor, which the caller closes with osa_flash_close, or -1.
  */
-HEARTH_API int32_t osa_flash_open(uint32_t index, int32_t mode);
+HEARTH_API HEARTH_MUST_CHECK int32_t osa_flash_open(uint32_t index, int32_t mode);
 
 /* Closes the file. Returns 0, or -1 for the descriptor -1. */
 HEARTH_API int32_t osa_flash_close(int32_t descriptor);
@@ -39,8 +39,8 @@ HEARTH_API int32_t osa_flash_read(void *buffer, uint32_t length, uint32_t offset
  * disk.
  * Returns `length`, or -1 on failure, also when only a part was written. A length of 0 gives 0.
  */
-HEARTH_API int32_t osa_flash_write(const void *buffer, uint32_t length, uint32_t offset,
-                                   int32_t descriptor);
+HEARTH_API HEARTH_MUST_CHECK int32_t osa_flash_write(const void *buffer, uint32_t length,
+                                                     uint32_t offset, int32_t descriptor);
 
 /* Removes an update file. Returns 0, or -1. */
 HEARTH_API int32_t osa_flash_delete(uint32_t index);

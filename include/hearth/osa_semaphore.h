@@ -15,7 +15,7 @@ HEARTH_BEGIN_DECLS
  *   count  what it starts with
  * Returns its handle, which the caller ends with osa_sem_delete, or 0.
  */
-HEARTH_API uintptr_t osa_sem_create(uint32_t count);
+HEARTH_API HEARTH_MUST_CHECK uintptr_t osa_sem_create(uint32_t count);
 
 /*
  * Frees a semaphore. No thread may be waiting on it, and the handle is dead afterwards.

@@ -26,7 +26,8 @@ HEARTH_API char *osa_strlwr(char *text);
  * Returns the new text, which the caller frees; NULL for a null pointer, when `old` is not in the
  * text, and when memory is out.
  */
-HEARTH_API char *osa_str_replace(const char *text, const char *old, const char *replacement);
+HEARTH_API HEARTH_MUST_CHECK char *osa_str_replace(const char *text, const char *old,
+                                                   const char *replacement);
 
 /*
  * Writes the characters of `source` in reverse order.

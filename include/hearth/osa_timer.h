@@ -24,8 +24,10 @@ typedef struct osa_timer_t osa_timer_t;
  * Returns a handle, or NULL. A timer keeps its place among the 20 until it is deleted, also when
  * it has expired.
  */
-HEARTH_API osa_timer_t *osa_timer_create_ex(uint32_t milliseconds, uint32_t repeat,
-                                            void (*callback)(void *argument), void *argument);
+HEARTH_API HEARTH_MUST_CHECK osa_timer_t *osa_timer_create_ex(uint32_t milliseconds,
+                                                              uint32_t repeat,
+                                                              void (*callback)(void *argument),
+                                                              void *argument);
 
 /*
  * Deletes a timer; the handle is dead afterwards. A callback that is running finishes, and does

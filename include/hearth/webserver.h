@@ -27,7 +27,7 @@ typedef struct web_hook_registration {
 
 /*
  * Answers a web request.
- *   target   the request's target of up to 64 bytes
+ *   target   the request's target of up to 64 bytes; one of 64 has no terminator
  *   param    the request's parameter
  *   content  what the browser sent, behind the request's record
  * The addresses are valid during the call only. Returns a text, or null for no answer.
@@ -46,8 +46,10 @@ typedef void (*web_hook_release)(char *text);
  * Returns 0, or -1 without a module or for a bad name. Blocks until the web server has taken the
  * registration, without limit. There is room for 32 hooks; a further one is not kept.
  */
-HEARTH_API int32_t webserver_register_hookfunction(uint32_t mid, const char *module_name,
-                                                   web_hook handler, web_hook_release release);
+HEARTH_API HEARTH_MUST_CHECK int32_t webserver_register_hookfunction(uint32_t mid,
+                                                                     const char *module_name,
+                                                                     web_hook handler,
+                                                                     web_hook_release release);
 
 /*
  * Runs the hook that fits a request by name and module.
@@ -83,13 +85,14 @@ HEARTH_API void register_restfulhandle_again(void);
  * Returns a text that goes back through global_release_msg; never null. Blocks as
  * cfg_get_config_path does.
  */
-HEARTH_API char *global_get_error_msg(int32_t code);
+HEARTH_API HEARTH_MUST_CHECK char *global_get_error_msg(int32_t code);
 
-/* Frees a text of global_get_error_msg; does nothing for null and for the fixed bodies. */
+/* Frees a text of global_get_error_msg or from malloc(); does nothing for null and for the fixed
+ * bodies. */
 HEARTH_API void global_release_msg(char *text);
 
 /* Returns `size` zeroed bytes, which the caller frees; null for 0 or without memory. */
-HEARTH_API void *global_get_response_memory(uint32_t size);
+HEARTH_API HEARTH_MUST_CHECK void *global_get_response_memory(uint32_t size);
 
 HEARTH_END_DECLS
 
