@@ -31,6 +31,7 @@ HEARTH_API HEARTH_MUST_CHECK int32_t AT_cgmm(at_text_reply *record); /* model */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_imei(at_text_reply *record); /* of the modem */
 HEARTH_API HEARTH_MUST_CHECK int32_t at_cgmi(at_text_reply *record); /* manufacturer */
 
+/* For AT_CGSN. */
 typedef struct at_cgsn_info {
     uint8_t flag;  /* 1 after a good reply */
     char text[16]; /* serial number */
@@ -40,6 +41,7 @@ typedef struct at_cgsn_info {
 /* Reads the serial number into a record that is cleared first. Maps. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_CGSN(at_cgsn_info *record);
 
+/* For AT_Cgmr and AT_Hwver. */
 typedef struct at_version_info {
     uint8_t software_flag; /* 1 once `soft` has been read */
     uint8_t hardware_flag; /* 1 once `hard` has been read */
@@ -77,9 +79,10 @@ typedef struct at_hs_req {
     int32_t value;    /* second value of the command */
 } at_hs_req;
 
+/* For AT_HS. */
 typedef struct at_hs_info {
-    int32_t id; /* number that the modem gave, sent with the next call */
-    int32_t protocol;
+    int32_t id;       /* number that the modem gave, sent with the next call */
+    int32_t protocol; /* as the modem tells it, like the four below */
     int32_t IsOffline;
     int32_t p_class;
     int32_t p_id;
@@ -90,6 +93,7 @@ typedef struct at_hs_info {
 /* Sends `value` with the id of the last reply, and reads the reply. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_HS(const at_hs_req *in, at_hs_info *out);
 
+/* For AT_Meid. */
 typedef struct at_meid_info {
     char meid[15]; /* equipment number, at most 14 digits */
     int32_t err;   /* error id */
@@ -97,6 +101,7 @@ typedef struct at_meid_info {
 /* Reads the equipment identifier. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_Meid(at_meid_info *record);
 
+/* For AT_Esn. */
 typedef struct at_esn_info {
     int32_t esn; /* equipment number */
     int32_t err; /* error id */
@@ -104,6 +109,7 @@ typedef struct at_esn_info {
 /* Reads the equipment number. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_Esn(at_esn_info *record);
 
+/* For AT_PhoneActSt. */
 typedef struct at_phone_activity {
     int32_t reserved;    /* left alone */
     int32_t err;         /* error id */
@@ -112,6 +118,7 @@ typedef struct at_phone_activity {
 /* Action 1 alone is known. Maps. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_PhoneActSt(int32_t action, at_phone_activity *record);
 
+/* For AT_LTESCINFO. */
 typedef struct at_ltescinfo {
     int32_t ci;      /* cell */
     int32_t dl_sinr; /* signal to noise ratio of the downlink */
@@ -122,6 +129,7 @@ typedef struct at_ltescinfo {
 /* Reads what the modem tells of its LTE cell. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_LTESCINFO(at_ltescinfo *record);
 
+/* For AT_RRCVer. */
 typedef struct at_rrcver_info {
     int32_t rrcver; /* version of the radio resource control */
     int32_t err;    /* error id */
@@ -129,6 +137,7 @@ typedef struct at_rrcver_info {
 /* Reads (action 0) or sets (action 1); a set does not look at the modem's outcome. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_RRCVer(int32_t action, at_rrcver_info *record);
 
+/* For at_TimeZone. */
 typedef struct at_timezone_info {
     int32_t timezone; /* the modem's number of the time zone */
 } at_timezone_info;
@@ -138,10 +147,12 @@ HEARTH_API HEARTH_MUST_CHECK int32_t at_TimeZone(at_timezone_info *record);
 /* Reads a profile; addresses as they stand. A refusal gives 0 with nothing stored. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_getprofile(int32_t index, at_profile_info *profile);
 
+/* For AT_cvmnq. */
 typedef struct at_cvmnq_req {
     int32_t reserved; /* not sent */
     char text[64];    /* number of the voice mail */
 } at_cvmnq_req;
+/* For AT_cvmnq. */
 typedef struct at_cvmnq_info {
     int32_t reserved;           /* left alone */
     char voice_mail_number[25]; /* of the SIM */
@@ -152,8 +163,9 @@ typedef struct at_cvmnq_info {
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_cvmnq(int32_t action, const at_cvmnq_req *in,
                                               at_cvmnq_info *out);
 
+/* For AT_ChargerInfo. */
 typedef struct at_charger_info {
-    char ChargerState[32];
+    char ChargerState[32];  /* state, as the modem names it */
     int32_t ChargerTime;    /* since the charger is there */
     int32_t ChargerVoltage; /* mV */
     int32_t BatteryVoltage; /* mV */
@@ -169,6 +181,7 @@ typedef struct at_charger_info {
 /* Maps. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_ChargerInfo(at_charger_info *record);
 
+/* For at_query_battery_state. */
 typedef struct at_battery_state {
     int32_t chargerState; /* whether it charges */
     int32_t batterylvl;   /* level, percent */
@@ -177,6 +190,7 @@ typedef struct at_battery_state {
 /* A refusal gives -1 with the error id in `err`. */
 HEARTH_API HEARTH_MUST_CHECK int32_t at_query_battery_state(at_battery_state *record);
 
+/* For at_query_battery_state_std. */
 typedef struct at_battery_state_std {
     int32_t bcs; /* never read, and left alone */
     int32_t bcl; /* level, percent */
@@ -185,6 +199,7 @@ typedef struct at_battery_state_std {
 /* A refusal gives -1 with the error id in `err`. */
 HEARTH_API HEARTH_MUST_CHECK int32_t at_query_battery_state_std(at_battery_state_std *record);
 
+/* For AT_ANQuery. */
 typedef struct at_anquery_info {
     char rscp[8];          /* received power */
     char ecio[8];          /* energy to interference */
@@ -196,6 +211,7 @@ typedef struct at_anquery_info {
 /* Maps. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_ANQuery(at_anquery_info *record);
 
+/* For AT_apdialmode. */
 typedef struct at_apdialmode_info {
     int32_t dialmode; /* when to dial */
     int32_t idletime; /* seconds until an idle connection ends */
@@ -204,6 +220,7 @@ typedef struct at_apdialmode_info {
 /* Reads (action 0) or sets (action 1). */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_apdialmode(int32_t action, at_apdialmode_info *record);
 
+/* For at_dial_mode. */
 typedef struct at_dial_mode_info {
     int32_t dial_mode; /* when to dial */
     int32_t err;       /* error id */
@@ -211,6 +228,7 @@ typedef struct at_dial_mode_info {
 /* Blocks for up to 5 seconds. A reply that cannot be read gives 0 too, with nothing stored. */
 HEARTH_API HEARTH_MUST_CHECK int32_t at_dial_mode(at_dial_mode_info *record);
 
+/* For AT_csqlvlext. */
 typedef struct at_csqlvlext_info {
     int32_t rssilv; /* level of the signal */
     int32_t ber;    /* bit errors */
@@ -219,6 +237,7 @@ typedef struct at_csqlvlext_info {
 /* Action 0 alone is known. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_csqlvlext(int32_t action, at_csqlvlext_info *record);
 
+/* For AT_Csqlvl. */
 typedef struct at_csqlvl_info {
     int32_t uiPercent;   /* strength of the signal, percent */
     int32_t newRssiCode; /* the same as the modem codes it */
@@ -227,6 +246,7 @@ typedef struct at_csqlvl_info {
 /* Maps. */
 HEARTH_API HEARTH_MUST_CHECK int32_t AT_Csqlvl(at_csqlvl_info *record);
 
+/* For at_nvbackup and at_nvrststts. */
 typedef struct at_nv_result {
     int32_t result_code; /* never read, and left alone */
     int32_t err;         /* error id */
@@ -235,14 +255,15 @@ typedef struct at_nv_result {
 HEARTH_API HEARTH_MUST_CHECK int32_t at_nvbackup(at_nv_result *record);
 HEARTH_API HEARTH_MUST_CHECK int32_t at_nvrststts(at_nv_result *record);
 
+/* For at_hfreqinfo. */
 typedef struct at_hfreqinfo_info {
-    int32_t switch_on; /* whether reports are on */
-    int32_t sysmode;   /* system mode */
-    int32_t band_class;
-    int32_t dl_fcn1;  /* channel of the downlink */
-    int32_t dl_freq1; /* its frequency */
-    int32_t dl_bw1;   /* its bandwidth */
-    int32_t ul_fcn1;  /* the same of the uplink */
+    int32_t switch_on;  /* whether reports are on */
+    int32_t sysmode;    /* system mode */
+    int32_t band_class; /* band */
+    int32_t dl_fcn1;    /* channel of the downlink */
+    int32_t dl_freq1;   /* its frequency */
+    int32_t dl_bw1;     /* its bandwidth */
+    int32_t ul_fcn1;    /* the same of the uplink */
     int32_t ul_freq1;
     int32_t ul_bw1;
     int32_t err; /* error id */
@@ -252,6 +273,7 @@ typedef struct at_hfreqinfo_info {
 HEARTH_API HEARTH_MUST_CHECK int32_t at_hfreqinfo(int32_t action, int32_t value,
                                                   at_hfreqinfo_info *record);
 
+/* For at_throughoutput. */
 typedef struct at_throughput_info {
     int32_t tx;  /* rate from the device */
     int32_t rx;  /* rate to the device */
@@ -260,6 +282,7 @@ typedef struct at_throughput_info {
 /* Blocks for up to 5 seconds. Maps. */
 HEARTH_API HEARTH_MUST_CHECK int32_t at_throughoutput(at_throughput_info *record);
 
+/* For at_pwrontime. */
 typedef struct at_pwrontime_info {
     uint64_t pwrontime_counters; /* time since power-up */
     int32_t err;                 /* error id */
@@ -267,6 +290,7 @@ typedef struct at_pwrontime_info {
 /* Blocks for up to 5 seconds. Maps. */
 HEARTH_API HEARTH_MUST_CHECK int32_t at_pwrontime(at_pwrontime_info *record);
 
+/* For at_version. */
 typedef struct at_version_reply {
     char extd[128];   /* the value that holds "EXTD" */
     char exth[128];   /* the value that holds "EXTH" */
@@ -277,6 +301,7 @@ typedef struct at_version_reply {
 /* Reads the versions, which the first success keeps for the life of the process. */
 HEARTH_API HEARTH_MUST_CHECK int32_t at_version(at_version_reply *record);
 
+/* For at_QryPhynum. */
 typedef struct at_phynum_list {
     char lines[10][129]; /* one line of the answer each */
     int32_t count;       /* lines used */
@@ -298,10 +323,11 @@ HEARTH_API HEARTH_MUST_CHECK int32_t at_on_demand_get(at_text_reply *record);
 /* The name of the service provider in UTF-8; empty when there is none. */
 HEARTH_API HEARTH_MUST_CHECK int32_t at_spn_get(at_text_reply *record);
 
+/* For at_nvram_web_sms_get. */
 typedef struct at_web_user {
-    int32_t index;
-    char code[8];
-    int32_t Reserve1;
+    int32_t index;    /* of the entry */
+    char code[8];     /* its code */
+    int32_t Reserve1; /* two more numbers of the entry */
     int32_t Reserve2;
 } at_web_user;
 /* Read an entry of the web user data: its code as a number, whole, and its code as text. They block

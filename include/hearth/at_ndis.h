@@ -16,11 +16,13 @@
 
 HEARTH_BEGIN_DECLS
 
+/* For AT_cardmode. */
 typedef struct at_cardmode_info {
     int32_t sim_type; /* kind of the inserted card */
     int32_t err;      /* error id */
 } at_cardmode_info;
 
+/* For AT_getauthdata and AT_authdata. */
 typedef struct at_authdata_info {
     int32_t cid;        /* connection number */
     int32_t Auth_type;  /* kind of authentication */
@@ -30,6 +32,7 @@ typedef struct at_authdata_info {
     int32_t err;        /* error id */
 } at_authdata_info;
 
+/* For AT_getcgdcont and AT_cgdcont. */
 typedef struct at_cgdcont_info {
     int32_t cid;       /* connection number */
     char PDP_type[35]; /* kind of addresses, such as IPV4V6 */
@@ -71,12 +74,14 @@ typedef struct at_aprainfo_info {
     int32_t err;                /* error id */
 } at_aprainfo_info;
 
+/* For AT_lan_addr. */
 typedef struct at_lan_addr_info {
     char addr[64];     /* address */
     int32_t prefixlen; /* bits of the prefix */
     int32_t err;       /* error id */
 } at_lan_addr_info;
 
+/* For at_ppp_state. */
 typedef struct at_ppp_info {
     int32_t reserved; /* left alone */
     int32_t IPV4;     /* state of the IPv4 connection */
@@ -84,12 +89,14 @@ typedef struct at_ppp_info {
     int32_t err;      /* error id */
 } at_ppp_info;
 
+/* For AT_Glasterr. */
 typedef struct at_glasterr_info {
     int32_t type; /* kind of error to ask for */
     int32_t code; /* the last error of that kind */
     int32_t err;  /* error id */
 } at_glasterr_info;
 
+/* For at_ipv6_cap. */
 typedef struct at_ipv6_cap_info {
     int32_t cfg_value; /* kinds of addresses that the modem can do */
     int32_t err;       /* error id */

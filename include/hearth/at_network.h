@@ -22,12 +22,14 @@
 
 HEARTH_BEGIN_DECLS
 
+/* For AT_Csnr. */
 typedef struct at_csnr_info {
     int32_t rscp; /* received signal code power, dBm */
     int32_t ecio; /* signal to interference, dB */
     int32_t err;  /* error id */
 } at_csnr_info;
 
+/* For AT_Eons. */
 typedef struct at_eons_info {
     int32_t type;         /* kind of name */
     char plmn_id[65];     /* number of the network */
@@ -37,6 +39,7 @@ typedef struct at_eons_info {
     char spn[65];         /* provider's name on the SIM */
 } at_eons_info;
 
+/* For AT_Cops and AT_ChoseOperators. */
 typedef struct at_cops_info {
     char mode[5];   /* way of selection, a number */
     char format[5]; /* form of `oper`, a number */
@@ -44,6 +47,7 @@ typedef struct at_cops_info {
     char rat[11];   /* access technology, a number; empty when not told */
 } at_cops_info;
 
+/* For AT_Creg and AT_Cgreg. */
 typedef struct at_creg_info {
     int32_t n;    /* mode of the unsolicited report */
     int32_t stat; /* registration state */
@@ -52,11 +56,13 @@ typedef struct at_creg_info {
     int32_t err;  /* error id */
 } at_creg_info;
 
+/* For AT_Cgatt. */
 typedef struct at_cgatt_info {
     int32_t state; /* 1 attached to the packet domain */
     int32_t err;   /* error id */
 } at_cgatt_info;
 
+/* For AT_SysConfig. */
 typedef struct at_syscfg_req {
     char mode[5];      /* system mode, a number */
     char acqorder[5];  /* acquisition order, a number */
@@ -65,6 +71,7 @@ typedef struct at_syscfg_req {
     char srvdomain[5]; /* service domain, a number */
 } at_syscfg_req;
 
+/* For AT_SysConfig. */
 typedef struct at_syscfg_info {
     int32_t reserved;  /* left alone */
     char mode[5];      /* as in at_syscfg_req */
@@ -75,6 +82,7 @@ typedef struct at_syscfg_info {
     int32_t err;       /* error id */
 } at_syscfg_info;
 
+/* For AT_SysConfigEx. */
 typedef struct at_syscfgex_info {
     char acqorder[20];   /* acquisition order, two digits a technology */
     char band[20];       /* bands, a hexadecimal mask */
@@ -86,6 +94,7 @@ typedef struct at_syscfgex_info {
     int32_t err;         /* error id */
 } at_syscfgex_info;
 
+/* For AT_SysInfo. */
 typedef struct at_sysinfo {
     int32_t srv_status;  /* service state */
     int32_t srv_domain;  /* service domain */
@@ -97,6 +106,7 @@ typedef struct at_sysinfo {
     int32_t err;         /* error id */
 } at_sysinfo;
 
+/* For AT_SysInfoEx. */
 typedef struct at_sysinfoex {
     int32_t srv_status;    /* service state */
     int32_t srv_domain;    /* service domain */
@@ -110,6 +120,7 @@ typedef struct at_sysinfoex {
     int32_t err;           /* error id */
 } at_sysinfoex;
 
+/* For AT_GetSpn. */
 typedef struct at_spn_info {
     int32_t disp_rplmn; /* whether the registered network is shown */
     int32_t coding;     /* coding of the name */
@@ -117,6 +128,7 @@ typedef struct at_spn_info {
     int32_t err;        /* error id */
 } at_spn_info;
 
+/* For AT_Cpnn. */
 typedef struct at_cpnn_info {
     char full_name[128];       /* full name of the network */
     int32_t full_name_coding;  /* its coding */
@@ -127,6 +139,7 @@ typedef struct at_cpnn_info {
     int32_t err;               /* error id */
 } at_cpnn_info;
 
+/* For AT_Hcsq. */
 typedef struct at_hcsq_info {
     int32_t sysmode; /* 0 GSM, 1 WCDMA, 2 LTE, 3 CDMA, 4 EVDO, -1 no service */
     int32_t value1;  /* signal values; what each is depends on the system mode */
@@ -136,12 +149,14 @@ typedef struct at_hcsq_info {
     int32_t value5;
 } at_hcsq_info;
 
+/* For AT_Cellroam. */
 typedef struct at_cellroam_info {
     int32_t cell_roam_state; /* roaming state of the cell */
     int32_t rat;             /* access technology */
     int32_t err;             /* error id */
 } at_cellroam_info;
 
+/* For AT_Cgcatt. */
 typedef struct at_cgcatt_info {
     int32_t state;   /* first parameter of a set */
     int32_t err;     /* second parameter of a set; after the call the error id */
@@ -149,12 +164,14 @@ typedef struct at_cgcatt_info {
     int32_t csState; /* circuit domain */
 } at_cgcatt_info;
 
+/* For AT_Rsrp. */
 typedef struct at_rsrp_info {
     char rsrp[8]; /* reference signal received power, dBm */
     char rsrq[8]; /* reference signal received quality, dB */
     int32_t err;  /* error id */
 } at_rsrp_info;
 
+/* For AT_Cellid. */
 typedef struct at_cellid_info {
     char Plmn[8]; /* network */
     char Ci[16];  /* cell */
@@ -163,12 +180,14 @@ typedef struct at_cellid_info {
     int32_t err;  /* error id */
 } at_cellid_info;
 
+/* For AT_RFSwitch. */
 typedef struct at_rfswitch_info {
     int32_t rf_status; /* state of the radio */
     int32_t reserved;  /* left alone */
     int32_t err;       /* error id */
 } at_rfswitch_info;
 
+/* For AT_HOPARASET. */
 typedef struct at_hoparaset_req {
     int32_t rsrp_thresh1; /* handover thresholds of the received power */
     int32_t rsrp_thresh2;
@@ -178,6 +197,7 @@ typedef struct at_hoparaset_req {
     int32_t sinr_thresh3;
 } at_hoparaset_req;
 
+/* For AT_HOPARASET. */
 typedef struct at_hoparaset_info {
     int32_t rsrp_thresh1; /* as in at_hoparaset_req */
     int32_t rsrp_thresh2;
@@ -189,22 +209,26 @@ typedef struct at_hoparaset_info {
     int32_t err;      /* error id */
 } at_hoparaset_info;
 
+/* For AT_LTEMEASMODE. */
 typedef struct at_ltemeasmode_info {
     int32_t mode;     /* measuring mode */
     int32_t reserved; /* left alone */
     int32_t err;      /* error id */
 } at_ltemeasmode_info;
 
+/* For AT_Srvst and AT_Mode. */
 typedef struct at_value_set {
     int32_t value; /* the value to set */
     int32_t err;   /* error id */
 } at_value_set;
 
+/* For AT_PrefRoam. */
 typedef struct at_prefroam_info {
     int32_t prefroam; /* preferred roaming */
     int32_t err;      /* error id */
 } at_prefroam_info;
 
+/* For AT_PDP. */
 typedef struct at_pdp_req {
     int32_t index; /* the parameters of the profile, in the order of the command */
     char name[20];
@@ -214,6 +238,7 @@ typedef struct at_pdp_req {
     int32_t auth;
 } at_pdp_req;
 
+/* In at_operator_list. */
 typedef struct at_operator {
     char stat[5];          /* availability, a number */
     char long_oper[128];   /* long name */
@@ -222,11 +247,13 @@ typedef struct at_operator {
     char rat[11];          /* access technology, a number */
 } at_operator;
 
+/* In at_operators. */
 typedef struct at_operator_list {
-    int32_t count; /* operators that follow */
-    at_operator entries[20];
+    int32_t count;           /* operators that follow */
+    at_operator entries[20]; /* what a search found */
 } at_operator_list;
 
+/* For AT_ChoseOperators. */
 typedef struct at_operators {
     int32_t reserved1;      /* left alone */
     at_operator_list *list; /* the caller's list, filled by action 2 */
@@ -235,22 +262,26 @@ typedef struct at_operators {
     int32_t err;            /* error id */
 } at_operators;
 
+/* In at_opl_list. */
 typedef struct at_opl_entry {
     char numeric[80]; /* network */
     int32_t index;    /* record of its name */
 } at_opl_entry;
 
+/* For AT_GetOPList. */
 typedef struct at_opl_list {
     at_opl_entry *opl_list; /* from malloc; the caller frees it */
     uint32_t count;         /* entries */
     int32_t err;            /* error id */
 } at_opl_list;
 
+/* For AT_GetPnnList. */
 typedef struct at_pnn_req {
     int32_t first;  /* first parameter */
     int32_t second; /* second parameter, 0 or more; -1 for none */
 } at_pnn_req;
 
+/* For AT_GetPnnList. */
 typedef struct at_pnn_entry {
     char long_name[128];  /* full name of a network */
     char short_name[128]; /* short name */
@@ -258,6 +289,7 @@ typedef struct at_pnn_entry {
     int32_t err;          /* -2 */
 } at_pnn_entry;
 
+/* For AT_SC_test. */
 typedef struct at_cwas_info {
     int32_t value;     /* parameter of the command */
     int32_t reserved1; /* left alone */
@@ -266,6 +298,7 @@ typedef struct at_cwas_info {
     int32_t err;       /* error id */
 } at_cwas_info;
 
+/* In at_lcacell_info. */
 typedef struct at_lcacell_entry {
     int32_t cell_id; /* cell */
     int32_t ul_cfg;  /* uplink configured */
@@ -273,11 +306,13 @@ typedef struct at_lcacell_entry {
     int32_t act;     /* activated */
 } at_lcacell_entry;
 
+/* For AT_LCACELL. */
 typedef struct at_lcacell_info {
     at_lcacell_entry cells[8]; /* cells of the carrier aggregation */
     int32_t err;               /* error id */
 } at_lcacell_info;
 
+/* For AT_NWTime. */
 typedef struct at_nwtime_info {
     int32_t second; /* 0 to 59 */
     int32_t minute; /* 0 to 59 */
@@ -289,16 +324,19 @@ typedef struct at_nwtime_info {
     int32_t err;    /* error id */
 } at_nwtime_info;
 
+/* In at_syscfg_test and at_syscfgex_test. */
 typedef struct at_band {
     char band[16];      /* a hexadecimal mask */
     char band_name[64]; /* its name */
 } at_band;
 
+/* In at_syscfgex_test. */
 typedef struct at_lteband {
     char lteband[16];      /* a hexadecimal mask */
     char lteband_name[64]; /* its name */
 } at_lteband;
 
+/* For AT_Syscfg_test. */
 typedef struct at_syscfg_test {
     int32_t modes[10];      /* system modes */
     int32_t mode_count;     /* of them */
@@ -310,6 +348,7 @@ typedef struct at_syscfg_test {
     int32_t err;            /* error id */
 } at_syscfg_test;
 
+/* For AT_Syscfgex_test. */
 typedef struct at_syscfgex_test {
     int32_t acqorder_count;  /* acquisition orders that follow */
     char acqorders[10][20];  /* acquisition orders, two digits a technology */

@@ -24,6 +24,7 @@ typedef struct at_cpbs_set {
     uint32_t err;     /* error id */
 } at_cpbs_set;
 
+/* For AT_Cpbs. */
 typedef struct at_cpbs_info {
     uint32_t used;   /* entries in use */
     uint32_t total;  /* entries that find room */
@@ -34,6 +35,7 @@ typedef struct at_cpbs_info {
 /* What AT_Cpbw does. Both write operations do the same. */
 enum { AT_CPBW_ADD = 0, AT_CPBW_CHANGE = 1, AT_CPBW_DELETE = 2 };
 
+/* For AT_Cpbw. */
 typedef struct at_cpbw_req {
     uint32_t op;          /* one of AT_CPBW_* */
     uint32_t index;       /* place of the entry */
@@ -45,11 +47,13 @@ typedef struct at_cpbw_req {
     uint32_t err;         /* error id */
 } at_cpbw_req;
 
+/* For AT_Cpbr. */
 typedef struct at_cpbr_req {
     uint32_t index; /* place to read; not read by a test */
     uint32_t err;   /* error id of a refusal; left alone otherwise */
 } at_cpbr_req;
 
+/* For AT_Cpbr. */
 typedef struct at_cpbr_info {
     uint32_t nlength;     /* test: longest number */
     uint32_t tlength;     /* test: longest name in bytes */

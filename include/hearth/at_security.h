@@ -22,22 +22,25 @@ typedef struct at_pin_info {
     uint32_t err;  /* error id */
 } at_pin_info;
 
+/* For AT_PinManagementEx. */
 typedef struct at_pin_info_ex {
-    char code[32];     /* what the SIM waits for */
-    char times[8];     /* tries left for what it waits for; decimal, as the four below */
-    char puk_times[8]; /* tries left for the PUK */
-    char pin_times[8]; /* for the PIN */
-    char puk2_times[8];
-    char pin2_times[8];
-    uint32_t err; /* error id */
+    char code[32];      /* what the SIM waits for */
+    char times[8];      /* tries left for what it waits for; decimal, as the four below */
+    char puk_times[8];  /* tries left for the PUK */
+    char pin_times[8];  /* for the PIN */
+    char puk2_times[8]; /* for the second PUK */
+    char pin2_times[8]; /* for the second PIN */
+    uint32_t err;       /* error id */
 } at_pin_info_ex;
 
+/* For AT_PinEnableDisableCmd. */
 typedef struct at_clck_req {
     char fac[5];       /* facility, such as "SC" for the SIM */
     char mode[5];      /* "0" unlock, "1" lock, "2" query */
     char password[32]; /* of the facility; not read by a query */
 } at_clck_req;
 
+/* For AT_PinEnableDisableCmd. */
 typedef struct at_clck_rsp {
     uint32_t err;   /* error id */
     char status[8]; /* after a query: "1" locked, "0" not */

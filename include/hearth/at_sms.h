@@ -31,11 +31,13 @@ typedef struct at_sms_pdu_req {
                         mark with it */
 } at_sms_pdu_req;
 
+/* For AT_Cmgs, AT_Cmgw, AT_Cmsr, AT_smmode, AT_Cmss and AT_Hcmgw. */
 typedef struct at_sms_rsp {
     uint32_t value; /* message reference, index, mode or read tag; see the function */
     uint32_t err;   /* error id */
 } at_sms_rsp;
 
+/* For AT_Cmgr. */
 typedef struct at_cmgr_msg {
     uint32_t index;  /* in: place of the message */
     uint32_t stat;   /* storage status: 0 unread, 1 read, 2 unsent, 3 sent */
@@ -44,12 +46,14 @@ typedef struct at_cmgr_msg {
     uint32_t err;    /* error id */
 } at_cmgr_msg;
 
+/* For AT_Cmgd. */
 typedef struct at_cmgd_req {
     uint32_t index;   /* place of the message */
     uint32_t delflag; /* 0 for that message alone; 1 to 4 for more, as the modem tells */
     uint32_t err;     /* error id */
 } at_cmgd_req;
 
+/* For AT_Cmgd. */
 typedef struct at_cmgd_list {
     uint32_t *indexes; /* places in use; from malloc, for the caller to free; NULL for none */
     uint32_t count;    /* of indexes */
@@ -59,9 +63,9 @@ typedef struct at_cmgd_list {
 /* Message memories: 1 to read and delete, 2 to write and send, 3 for what comes in. Counters are
  * decimal texts. */
 typedef struct at_cpms_info {
-    char mem1[5]; /* name, such as "SM" or "ME" */
-    char used1[5];
-    char total1[5];
+    char mem1[5];   /* name, such as "SM" or "ME" */
+    char used1[5];  /* messages in it */
+    char total1[5]; /* messages that find room; the same for the other two */
     char mem2[5];
     char used2[5];
     char total2[5];
@@ -71,22 +75,26 @@ typedef struct at_cpms_info {
     uint32_t err; /* error id */
 } at_cpms_info;
 
+/* In at_cpms_media. */
 typedef struct at_cpms_pair {
-    char mem1[5];
-    char mem2[5];
+    char mem1[5]; /* one name */
+    char mem2[5]; /* the other; empty when there is none */
 } at_cpms_pair;
 
+/* For AT_Cpms_test. */
 typedef struct at_cpms_media {
     at_cpms_pair pairs[3]; /* the names that each of the three memories can have */
     uint32_t err;          /* error id */
 } at_cpms_media;
 
+/* For AT_Csca. */
 typedef struct at_csca_info {
     char sca[32];   /* number of the service centre */
     uint32_t tosca; /* its type of address: 129, or 145 for international */
     uint32_t err;   /* error id */
 } at_csca_info;
 
+/* For AT_cscb. */
 typedef struct at_cscb_info {
     uint8_t mode;    /* 0 accept what is listed, 1 all but that */
     char mids[1220]; /* message identifiers, such as "0-5,50" */
@@ -96,7 +104,7 @@ typedef struct at_cscb_info {
 
 /* How the modem tells of new messages; the numbers are those of "+CNMI". */
 typedef struct at_cnmi_info {
-    uint8_t mode;
+    uint8_t mode; /* numbers of the command, 3GPP TS 27.005, 3.4.1 */
     uint32_t mt;
     uint32_t bm;
     uint32_t ds;
@@ -104,28 +112,33 @@ typedef struct at_cnmi_info {
     uint32_t err; /* error id */
 } at_cnmi_info;
 
+/* For AT_Cmss. */
 typedef struct at_cmss_req {
     uint32_t index; /* place of the stored message */
     char da[24];    /* another number to send it to; empty for its own */
     int32_t toda;   /* type of address of `da`, -1 when absent */
 } at_cmss_req;
 
+/* For AT_smmemfull. */
 typedef struct at_smmemfull_info {
     char mem_type[8]; /* the memory that is full */
     uint32_t err;     /* error id */
 } at_smmemfull_info;
 
+/* For AT_Hcmgs. */
 typedef struct at_hcmgs_req {
     char number[24];   /* receiver */
     uint32_t value;    /* number behind it, opaque to the library */
     uint8_t body[256]; /* sent whole; the caller clears what it does not fill */
 } at_hcmgs_req;
 
+/* For AT_Hcmgr. */
 typedef struct at_hcmgr_req {
     uint32_t index; /* place of the message */
     uint32_t value; /* number behind it, opaque to the library */
 } at_hcmgr_req;
 
+/* For AT_Hcmgr. */
 typedef struct at_hcmgr_msg {
     uint16_t year; /* when the message was sent */
     uint8_t month;
@@ -147,12 +160,13 @@ typedef struct at_hcmgr_msg {
 
 /* The numbers are sent in this order and are opaque to the library. */
 typedef struct at_hcmgw_req {
-    uint16_t words[7];
-    uint8_t bytes[5];
+    uint16_t words[7]; /* sent first */
+    uint8_t bytes[5];  /* sent behind them */
     char number[22];   /* receiver */
     uint8_t body[162]; /* stored whole; the caller clears what it does not fill */
 } at_hcmgw_req;
 
+/* For AT_Hsmsss. */
 typedef struct at_hsmsss_req {
     uint32_t values[4]; /* sent in order, opaque to the library */
 } at_hsmsss_req;

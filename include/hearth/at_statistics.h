@@ -23,7 +23,7 @@ typedef struct at_dsflow_info {
 
 /* The same in the order in which the modem tells them. */
 typedef struct at_dataflow_info {
-    uint32_t last_ds_time;
+    uint32_t last_ds_time; /* as in at_dsflow_info, like all below */
     uint64_t last_tx_flow;
     uint64_t last_rx_flow;
     uint32_t total_ds_time;

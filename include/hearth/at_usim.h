@@ -21,35 +21,41 @@ typedef struct at_crsm_req {
     const char *data; /* what to write, in hexadecimal; NULL for a read */
 } at_crsm_req;
 
+/* For AT_Crsm. */
 typedef struct at_crsm_rsp {
-    uint32_t sw1; /* status of the card: 144 with sw2 0, or 145, is success */
-    uint32_t sw2;
+    uint32_t sw1;   /* status of the card: 144 with sw2 0, or 145, is success */
+    uint32_t sw2;   /* its second byte */
     char *response; /* what was read, in hexadecimal; goes back through ATS_FreeMemory */
     uint32_t err;   /* error id */
 } at_crsm_rsp;
 
+/* In at_cnum_list. */
 typedef struct at_cnum_entry {
     char name[90]; /* name of the number */
     char num[42];  /* the number */
     int32_t type;  /* kind of the number, 145 for an international one */
 } at_cnum_entry;
 
+/* For AT_Cnum. */
 typedef struct at_cnum_list {
     at_cnum_entry *entries; /* from malloc(): the caller frees it */
-    uint32_t count;
-    uint32_t err; /* error id */
+    uint32_t count;         /* entries */
+    uint32_t err;           /* error id */
 } at_cnum_list;
 
+/* For AT_SCID. */
 typedef struct at_scid_info {
     char scid_num[24]; /* number of the card, at most 20 digits */
     uint32_t err;      /* error id */
 } at_scid_info;
 
+/* For AT_Iccid. */
 typedef struct at_iccid_info {
     char iccid[64]; /* number of the card */
     uint32_t err;   /* error id */
 } at_iccid_info;
 
+/* For AT_Currsid. */
 typedef struct at_currsid_info {
     char curr_sid[64];           /* system */
     char curr_nid[64];           /* network */

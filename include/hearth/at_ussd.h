@@ -11,6 +11,7 @@
 
 HEARTH_BEGIN_DECLS
 
+/* For AT_Cusd_Msg_Send. */
 typedef struct at_cusd_req {
     int32_t n;           /* 0 or 1: whether answers are reported; 2 ends the session */
     char str[512];       /* what to send, any bytes; quotation marks are the caller's to put */
@@ -19,6 +20,7 @@ typedef struct at_cusd_req {
     uint32_t err;        /* -2; -3 without a network service */
 } at_cusd_req;
 
+/* For AT_UssdMode. */
 typedef struct at_ussd_mode {
     uint8_t mode; /* how the modem codes USSD texts */
     uint32_t err; /* error id */

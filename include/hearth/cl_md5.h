@@ -15,7 +15,7 @@ enum { CL_MD5_DIGEST_SIZE = 16 };
 
 /* A digest in the making. */
 typedef struct cl_md5_context {
-    uint32_t state[4];
+    uint32_t state[4]; /* digest so far */
     uint64_t length;   /* bytes taken so far */
     uint8_t block[64]; /* the last length % 64 bytes of them, not yet digested */
 } cl_md5_context;

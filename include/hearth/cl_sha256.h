@@ -15,7 +15,7 @@ enum { SHA256_SIZE = 32 };
 
 /* A digest in the making. */
 typedef struct Sha256_Context {
-    uint32_t state[8];
+    uint32_t state[8]; /* digest so far */
     uint64_t length;   /* bytes taken so far */
     uint8_t block[64]; /* the last length % 64 bytes of them, not yet digested */
 } Sha256_Context;

@@ -22,18 +22,20 @@ typedef struct DES_CBC_Context {
     int32_t encrypt;      /* non-zero: encrypt */
 } DES_CBC_Context;
 
+/* For the functions of DESX. */
 typedef struct DESX_CBC_Context {
-    uint32_t subkeys[32];
+    uint32_t subkeys[32]; /* as in DES_CBC_Context, like all but the whiteners */
     uint32_t chain[2];
     uint32_t initial[2];
-    uint32_t input_whitener[2];
+    uint32_t input_whitener[2]; /* mixed into what comes in, and what goes out */
     uint32_t output_whitener[2];
     int32_t encrypt;
 } DESX_CBC_Context;
 
+/* For the functions of triple DES. */
 typedef struct DES3_CBC_Context {
     uint32_t subkeys[3][32]; /* in the order in which they are run */
-    uint32_t chain[2];
+    uint32_t chain[2];       /* as in DES_CBC_Context, like those below */
     uint32_t initial[2];
     int32_t encrypt;
 } DES3_CBC_Context;

@@ -15,15 +15,15 @@ HEARTH_BEGIN_DECLS
 
 /* The links at the start of every node; NULL at either end of the list. */
 typedef struct cl_lst_node {
-    struct cl_lst_node *next;
-    struct cl_lst_node *prev;
+    struct cl_lst_node *next; /* behind this one */
+    struct cl_lst_node *prev; /* before this one */
 } cl_lst_node;
 
 /* A list. All zero is an empty one. */
 typedef struct cl_lst {
-    cl_lst_node *first;
-    cl_lst_node *last;
-    uint32_t count; /* of nodes */
+    cl_lst_node *first; /* or NULL */
+    cl_lst_node *last;  /* or NULL */
+    uint32_t count;     /* of nodes */
 } cl_lst;
 
 /* Compares two nodes, negative, zero or positive; cl_lst_search gives it a node and the key. */

@@ -55,7 +55,9 @@ enum {
     MDBL_RS_GROW = 32            /* record sets grow in steps of this many entries */
 };
 
+/* An open table. */
 typedef struct MDBL_Table MDBL_Table;
+/* The result of a select. */
 typedef struct MDBL_RecordSet MDBL_RecordSet;
 
 /* Compares a record with a key, or with another record: negative, zero or positive. */

@@ -23,7 +23,7 @@ HEARTH_BEGIN_DECLS
 
 /* st_atime may be a macro of <sys/stat.h> that stands for st_atim.tv_sec; both names work. */
 struct osa_stat_atim {
-    uint32_t tv_sec;
+    uint32_t tv_sec; /* seconds since 1970 */
 };
 
 #pragma push_macro("st_atime")

@@ -36,19 +36,19 @@ typedef struct osa_time_t {
  * The middle is a struct tm of the device's 32-bit C library.
  */
 typedef struct osa_time_service_t {
-    uint32_t source;
-    int32_t second;
-    int32_t minute;
-    int32_t hour;
-    int32_t day;
-    int32_t month; /* from 0 */
-    int32_t year;  /* less 1900 */
-    int32_t weekday;
-    int32_t yearday;
-    int32_t reserved_daylight;
+    uint32_t source;           /* below OSA_TIME_SOURCES */
+    int32_t second;            /* 0 to 59 */
+    int32_t minute;            /* 0 to 59 */
+    int32_t hour;              /* 0 to 23 */
+    int32_t day;               /* of the month, from 1 */
+    int32_t month;             /* from 0 */
+    int32_t year;              /* less 1900 */
+    int32_t weekday;           /* 0 for Sunday to 6 */
+    int32_t yearday;           /* 0 to 365 */
+    int32_t reserved_daylight; /* set to 0, like the two below */
     int32_t reserved_offset;
     uint32_t reserved_name;
-    char zone[12];
+    char zone[12]; /* text of at most 11 characters */
 } osa_time_service_t;
 
 /*

@@ -63,6 +63,7 @@ enum { XML_NODE_ELEMENT = 0, XML_NODE_ATTRIBUTE = 1 };
  * its own and are not replaced or freed from outside.
  */
 typedef struct XML_Node XML_Node;
+/* A node, as told above. */
 struct XML_Node {
     char *name;                 /* without the prefix; NULL when it was cleared */
     char *value;                /* text of an element, value of an attribute, or NULL */

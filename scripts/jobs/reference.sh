@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
-# the reference of the headers by Doxygen; fails on an exported function without a comment
+# the reference of the headers by Doxygen; fails on a function, record or field without a comment
 need doxygen
 rm -rf build/reference
 mkdir -p build/reference
 doxygen docs/Doxyfile 2>build/reference/warnings || true
-functions=$(grep -E '\((function|variable)\) of file .* is not documented' build/reference/warnings || true)
-if [ -n "$functions" ]; then
-    echo "$functions"
+# Marks of declarations, and guards against double inclusion, say nothing to a caller.
+silent=$(grep 'is not documented' build/reference/warnings |
+    grep -vE 'HEARTH_(API|BEGIN_DECLS|END_DECLS|[A-Z0-9_]+_H) ' || true)
+if [ -n "$silent" ]; then
+    echo "$silent"
     exit 1
 fi
-echo "$(ls include/hearth/*.h | wc -l) headers without an undocumented function: build/reference/html/index.html"
+echo "$(ls include/hearth/*.h | wc -l) headers without an undocumented symbol: build/reference/html/index.html"
