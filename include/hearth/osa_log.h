@@ -51,8 +51,8 @@ typedef struct log_setting {
  *   level   one of OSA_LOG_*
  *   format  printf format, followed by its values; the text is cut to 255 characters and brings
  *           its own line end
- * The line shows the name of the filter entry that let it through, which is empty for a module
- * without an entry. It never goes to the operations log.
+ * The line shows the local time, its hour 8 too high, and the name of the filter entry that let it
+ * through, empty for a module without one. It never goes to the operations log.
  */
 HEARTH_API void osa_print_log(const char *module, uint32_t level, const char *format, ...)
     HEARTH_PRINTF(3, 4);
