@@ -111,7 +111,9 @@ int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
         return 0;
     }
     hearth::fuzz::connect_library();
-    register_notify_handler(kOwn, on_request, nullptr);
+    if (register_notify_handler(kOwn, on_request, nullptr) != 0) {
+        abort();
+    }
     g_stream.assign(reinterpret_cast<const char *>(data) + 2, size - 2);
     g_waits = true;
     (data[0] % 2 == 0 ? call_module : call_web_hook)(data[1] * 4u);
