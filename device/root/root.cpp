@@ -147,14 +147,13 @@ void build_root() {
             fail("cannot make", path.c_str());
         }
     }
-    std::string old = std::string(kNewRoot) + "/.old";
-    if (mkdir(old.c_str(), 0700) != 0 || syscall(SYS_pivot_root, kNewRoot, old.c_str()) != 0) {
+    if (chdir(kNewRoot) != 0 || syscall(SYS_pivot_root, ".", ".") != 0) {
         fail("cannot enter", kNewRoot);
     }
-    if (umount2("/.old", MNT_DETACH) != 0) {
-        fail("cannot leave", "/.old");
+    // The host's root now lies over the new one, at the same place.
+    if (umount2(".", MNT_DETACH) != 0 || chdir("/") != 0) {
+        fail("cannot leave", "the host's root");
     }
-    rmdir("/.old");
     for (const char *folder : kFolders) {
         if (mkdir(folder, 0755) != 0) {
             fail("cannot make", folder);
