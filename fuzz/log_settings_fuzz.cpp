@@ -42,11 +42,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     default_log_filter(nullptr, 1, &first);
     expect(first != nullptr && first->name[0] == '\0');
     for (const log_setting *entry = first; entry != nullptr; entry = entry->next) {
-        expect(strnlen(entry->name, sizeof entry->name) < sizeof entry->name);
-        // Each entry decides for its own module: no two have one name.
+        size_t length = strnlen(entry->name, sizeof entry->name);
+        expect(length < sizeof entry->name);
+        // Each entry decides for its own module: no two have one name. Of a long one the record
+        // shows only the start, which others may share.
         const log_setting *found = nullptr;
         default_log_filter(entry->name, 1, &found);
-        expect(found == entry);
+        expect(found == entry || length == sizeof entry->name - 1);
     }
     return 0;
 }
