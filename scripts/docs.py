@@ -5,8 +5,8 @@
 <!-- run-with: PACKAGE... --> is only run when asked for with --all;
 <!-- prints --> is what the block before must print, at the end of its output;
 <!-- shows --> is a part of it;
-<!-- desk --> is typed into ./demo --shell, one shell a page: behind "$ " a command, then what it
-prints;
+<!-- desk --> is typed into ./demo --shell, one shell a page: behind "$ " a command, with what
+stands between <<END and END, then what it prints;
 <!-- from: FILE --> is a block that must stand in FILE to the letter.
 
 In what is printed "…" stands for anything within a line, and a line of "..." for any lines.
@@ -20,6 +20,7 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 MARKED = re.compile(r"<!-- (run|run-with|prints|shows|desk|from)(?:: ([^>]*?))? -->\n"
                     r"```\w*\n(.*?)```", re.S)
+STEP = re.compile(r"(.*<<'?END'?\n.*?^END|[^\n]*)\n(.*)", re.S | re.M)
 LINK = re.compile(r"\]\(([^)#\s]+)(?:#[^)]*)?\)")
 
 
@@ -50,17 +51,17 @@ def run(block):
 
 def faults_of_desk(blocks):
     """A shell on the desk: what its commands print against what the page says."""
-    steps = [step.partition("\n") for block in blocks
+    steps = [STEP.fullmatch(step).groups() for block in blocks
              for step in re.split(r"^\$ ", block, flags=re.M)[1:]]
     # The modem has told its first reports by then, as it has when somebody types.
-    typed = "sleep 2\n" + "".join(f"{command}\necho '-- end --'\n" for command, _, _ in steps)
+    typed = "sleep 2\n" + "".join(f"{command}\necho '-- end --'\n" for command, _ in steps)
     done = subprocess.run(["./demo", "--shell"], cwd=ROOT, text=True, input=f"exec 2>&1\n{typed}",
                           stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
     # The prompt goes to standard error, which is standard output here.
     printed = re.sub(r"^(?:bash-[\d.]+[#$] .*\n)+", "", done.stdout, flags=re.M)
     printed = printed.partition("leave with exit.\n")[2].split("-- end --\n")
     faults = []
-    for number, (command, _, wanted) in enumerate(steps):
+    for number, (command, wanted) in enumerate(steps):
         got = printed[number] if number < len(printed) else "nothing"
         if not re.fullmatch(pattern_of(wanted.strip("\n") + "\n"), got.strip("\n") + "\n"):
             faults.append(f"$ {command}\nexpected\n{wanted}got\n{got}")
