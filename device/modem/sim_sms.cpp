@@ -145,7 +145,8 @@ std::string joined_indexes(const MessageMemory &memory, bool (*wanted)(const Mes
     std::string list;
     for (const auto &[index, message] : memory.messages) {
         if (wanted(message)) {
-            list += (list.empty() ? "" : ",") + std::to_string(index);
+            list += list.empty() ? "" : ",";
+            list += std::to_string(index);
         }
     }
     return list;

@@ -40,7 +40,9 @@ pid_t start_other() {
     if (child == 0) {
         while (init_notify() != 0) {
         }
-        register_notify_handler(kOther, answer, nullptr);
+        if (register_notify_handler(kOther, answer, nullptr) != 0) {
+            _exit(1);
+        }
         for (;;) {
             pause();
         }
@@ -76,8 +78,8 @@ int32_t connect_and_register() {
     bool connected = connect_client();
     disarm_fault();
     if (!connected) {
-        // What was refused may be the registration alone.
-        (void)init_notify();
+        // What was refused may be the registration alone; the client is connected then.
+        (void)!init_notify();
         if (register_notify_handler(kMe, answer, hear) != 0) {
             return kDead;
         }

@@ -24,7 +24,7 @@ struct Question {
     uint32_t sum;   // of the bytes
     uint8_t bytes[kMost];
 
-    uint32_t length() const { return size - offsetof(Question, bytes); }
+    uint32_t length() const { return size - uint32_t{offsetof(Question, bytes)}; }
     uint32_t own_sum() const { return mix(bytes, length()); }
 };
 

@@ -362,7 +362,8 @@ void Driver::report() const {
     }
     fflush(stdout);
     int failures = board().failures;
-    for (int i = 0; i < std::min<int>(failures, std::size(board().failure_texts)); i++) {
+    for (int i = 0; i < std::min(failures, static_cast<int>(std::size(board().failure_texts)));
+         i++) {
         fprintf(stderr, "soak: %s\n", board().failure_texts[i]);
     }
     if (failures > 0) {
