@@ -8,13 +8,15 @@ namespace hearth {
 // The length of the chain of a format and a text.
 uint32_t field_count(const char *format, const char *text, const char *separator);
 
-// Splits both into arrays of `length` nulls; what is beyond `length` is left out. Without memory
-// AT_RETURN_MALLOC_ERR, and the array that it ran out on is all null again.
-int32_t split_both(const char *format, const char *text, char **names, char **values,
-                   uint32_t length);
+// How many fields a text has.
+struct FieldCounts {
+    uint32_t stored;  // the strings that were stored
+    uint32_t places;  // one for each comma, and one; a place at the very end may hold nothing
+};
 
-// Splits one text in the same way and stores the number of fields.
-int32_t split_fields(const char *text, char **fields, uint32_t length, uint32_t *count);
+// Splits a text at commas outside double quotes, in one pass. What is beyond `room` fields is left
+// out, and `places` is then greater than `room`. Without memory AT_RETURN_MALLOC_ERR and no field.
+int32_t split_fields(const char *text, char **fields, uint32_t room, FieldCounts *counts);
 
 // Frees strings and sets their places to null.
 void free_strings(char **strings, uint32_t count);

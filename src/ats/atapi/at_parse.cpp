@@ -58,7 +58,11 @@ int32_t take_second_field(at_parse_result *node, const char *first, const char *
     if (!names || !values) {
         return AT_RETURN_MALLOC_ERR;
     }
-    int32_t code = hearth::split_both(first, text, names.get(), values.get(), length);
+    hearth::FieldCounts counts{};
+    int32_t code = hearth::split_fields(first, names.get(), length, &counts);
+    if (code == AT_PARSE_OK) {
+        code = hearth::split_fields(text, values.get(), length, &counts);
+    }
     if (code == AT_PARSE_OK) {
         std::swap(node->AtFieldName, names.get()[1]);
         std::swap(node->AtFieldValue, values.get()[1]);

@@ -39,11 +39,40 @@ char *copy_field(std::string_view field) {
     return copy;
 }
 
-// Chains the fields of a format and a text through two arrays of `length` nulls.
+// The first comma outside quotes, or the end of the text. Most characters are above both marks.
+const char *field_end(const char *text) {
+    for (;; ++text) {
+        while (static_cast<uint8_t>(*text) > ',') {
+            ++text;
+        }
+        if (*text == '"') {
+            do {
+                ++text;
+            } while (*text != '\0' && *text != '"');
+        }
+        if (*text == '\0' || *text == ',') {
+            return text;
+        }
+    }
+}
+
+// Chains the fields of a format and a text through two arrays of `room` places. The chain is as
+// long as the commas say; with another separator, which splits nothing, it fills the room.
 int32_t chain_fields(at_parse_result **result, const char *format, const char *text, char **names,
-                     char **values, uint32_t length) {
-    int32_t code = split_both(format, text, names, values, length);
+                     char **values, uint32_t room, char separator) {
+    FieldCounts in_format{};
+    FieldCounts in_text{};
+    int32_t code = split_fields(format, names, room, &in_format);
     if (code == AT_PARSE_OK) {
+        code = split_fields(text, values, room, &in_text);
+    }
+    uint32_t length = separator == ',' ? std::max(in_format.places, in_text.places) : room;
+    if (code == AT_PARSE_OK && length > room) {
+        code = AT_PARSE_MISMATCH;
+    }
+    if (code == AT_PARSE_OK) {
+        std::fill(names + in_format.stored, names + length, nullptr);
+        std::fill(values + in_text.stored, values + length, nullptr);
         at_parse_result *head = GreatLinkList_AT(names, values, length);
         if (head != nullptr) {
             *result = head;
@@ -52,8 +81,8 @@ int32_t chain_fields(at_parse_result **result, const char *format, const char *t
         HEARTH_LOG(OSA_LOG_INFO, "AT_RETURN_MALLOC_ERR\n");
         code = AT_RETURN_MALLOC_ERR;
     }
-    free_strings(names, length);
-    free_strings(values, length);
+    free_strings(names, in_format.stored);
+    free_strings(values, in_text.stored);
     return code;
 }
 
@@ -80,8 +109,8 @@ int32_t chain_indexes(at_parse_result **result, const char *text) {
     if (!names || !values) {
         return AT_RETURN_MALLOC_ERR;
     }
-    uint32_t count = 0;
-    int32_t code = split_fields(text, values.get(), length, &count);
+    FieldCounts counts{};
+    int32_t code = split_fields(text, values.get(), length, &counts);
     if (code == AT_PARSE_OK) {
         code = name_indexes(names.get(), length);
     }
@@ -111,29 +140,23 @@ void free_strings(char **strings, uint32_t count) {
     }
 }
 
-int32_t split_fields(const char *text, char **fields, uint32_t length, uint32_t *count) {
+int32_t split_fields(const char *text, char **fields, uint32_t room, FieldCounts *counts) {
     uint32_t stored = 0;
-    while (*text != '\0' && stored < length) {
-        const char *comma = get_next_seperator(text, ',');
-        const char *end = comma != nullptr ? comma : text + strlen(text);
+    bool open = true;
+    while (*text != '\0' && stored < room) {
+        const char *end = field_end(text);
         char *field = copy_field({text, static_cast<size_t>(end - text)});
         if (field == nullptr) {
             free_strings(fields, stored);
-            *count = 0;
+            *counts = {};
             return AT_RETURN_MALLOC_ERR;
         }
         fields[stored++] = field;
-        text = comma != nullptr ? comma + 1 : end;
+        open = *end == ',';
+        text = end + open;
     }
-    *count = stored;
+    *counts = {stored, stored + open};
     return AT_PARSE_OK;
-}
-
-int32_t split_both(const char *format, const char *text, char **names, char **values,
-                   uint32_t length) {
-    uint32_t count = 0;
-    int32_t code = split_fields(format, names, length, &count);
-    return code == AT_PARSE_OK ? split_fields(text, values, length, &count) : code;
 }
 
 }  // namespace hearth
@@ -145,7 +168,10 @@ int32_t at_const_parse(char **fields, const char *text, const char *separator, u
         return AT_PARSE_ERROR;
     }
     // Required: the separator is only checked, and commas split whatever it says.
-    return hearth::split_fields(text, fields, UINT32_MAX, count);
+    hearth::FieldCounts counts{};
+    int32_t code = hearth::split_fields(text, fields, UINT32_MAX, &counts);
+    *count = counts.stored;
+    return code;
 }
 
 at_parse_result *GreatLinkList_AT(char **names, char **values, uint32_t count) {
@@ -179,16 +205,17 @@ int32_t parse_field(at_parse_result **result, const char *format, const char *te
     if (result == nullptr || format == nullptr || text == nullptr || separator == nullptr) {
         return AT_PARSE_ERROR;
     }
-    uint32_t length = hearth::field_count(format, text, separator);
-    if (length > AT_PARSE_FIELDS) {
-        return AT_PARSE_MISMATCH;
-    }
     // On the stack, which spares the common path two allocations.
     char *names[AT_PARSE_FIELDS];
     char *values[AT_PARSE_FIELDS];
-    std::fill_n(names, length, nullptr);
-    std::fill_n(values, length, nullptr);
-    return hearth::chain_fields(result, format, text, names, values, length);
+    uint32_t room = AT_PARSE_FIELDS;
+    if (*separator != ',') {
+        room = hearth::field_count(format, text, separator);
+        if (room > AT_PARSE_FIELDS) {
+            return AT_PARSE_MISMATCH;
+        }
+    }
+    return hearth::chain_fields(result, format, text, names, values, room, *separator);
 }
 
 int32_t parse_many_field(at_parse_result **result, const char *format, const char *text,
@@ -209,7 +236,8 @@ int32_t parse_many_field(at_parse_result **result, const char *format, const cha
     if (!names || !values) {
         return AT_RETURN_MALLOC_ERR;
     }
-    return hearth::chain_fields(result, format, text, names.get(), values.get(), length);
+    return hearth::chain_fields(result, format, text, names.get(), values.get(), length,
+                                *separator);
 }
 
 int32_t parse_cmgi_list_at_str(at_parse_result **result, const char *format, char *text,
