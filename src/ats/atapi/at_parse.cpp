@@ -139,7 +139,9 @@ int32_t parse_common_at_str(at_parse_result **result, const char *format, char *
         HEARTH_LOG(OSA_LOG_INFO, " not find the at name pid = %d\n", osa_task_getid());
         return parse_final_result(result, text);
     }
-    if (count_separator(text, ",") < AT_PARSE_FIELDS) {
+    // A text of fewer bytes than that has no need to be counted.
+    if (strnlen(text, AT_PARSE_FIELDS) < AT_PARSE_FIELDS ||
+        count_separator(text, ",") < AT_PARSE_FIELDS) {
         return parse_field(result, names + 1, values + 1, ",");
     }
     HEARTH_LOG(OSA_LOG_INFO, " enter parse_many_field pid = %d\n", osa_task_getid());
