@@ -18,23 +18,22 @@ namespace {
 
 constexpr LogSource kLogSource{"ats", "ats/atapi/at_parse"};
 
-std::string_view strip(std::string_view text, char ch) {
-    while (!text.empty() && text.front() == ch) {
-        text.remove_prefix(1);
+// A copy of [first, last) without outer blanks and, once those are gone, outer quotes. Null without
+// memory.
+char *copy_field(const char *first, const char *last) {
+    for (char ch : {' ', '"'}) {
+        while (first != last && *first == ch) {
+            ++first;
+        }
+        while (first != last && last[-1] == ch) {
+            --last;
+        }
     }
-    while (!text.empty() && text.back() == ch) {
-        text.remove_suffix(1);
-    }
-    return text;
-}
-
-// A copy without outer blanks and, once those are gone, outer quotes. Null without memory.
-char *copy_field(std::string_view field) {
-    field = strip(strip(field, ' '), '"');
-    size_t room = field.size() + 1;
-    char *copy = static_cast<char *>(malloc(room));
+    size_t length = static_cast<size_t>(last - first);
+    char *copy = static_cast<char *>(malloc(length + 1));
     if (copy != nullptr) {
-        copy_text(copy, room, field);
+        memcpy(copy, first, length);
+        copy[length] = '\0';
     }
     return copy;
 }
@@ -145,7 +144,7 @@ int32_t split_fields(const char *text, char **fields, uint32_t room, FieldCounts
     bool open = true;
     while (*text != '\0' && stored < room) {
         const char *end = field_end(text);
-        char *field = copy_field({text, static_cast<size_t>(end - text)});
+        char *field = copy_field(text, end);
         if (field == nullptr) {
             free_strings(fields, stored);
             *counts = {};
