@@ -30,7 +30,7 @@ constexpr const char *kSettings = "/data/userdata/log/logs.xml";
 constexpr const char *kCounter = "/var/log/applog_shm";
 constexpr size_t kCounterSize = sizeof(uint32_t);
 
-// Held for the whole of a log call, so that nothing that runs under it may log. Three values are
+// Held for the whole of a log call, so that nothing that runs under it may log. Some values are
 // read before it is taken, to turn away a message that nothing lets through; these are atomic.
 pthread_mutex_t p_lock = PTHREAD_MUTEX_INITIALIZER;
 
@@ -44,20 +44,30 @@ std::atomic<uint32_t> osa_log_where = hearth::kLogToOperations;
 std::atomic<uint32_t *> pshm;
 // The counter when the settings were last loaded. Stored after what was loaded.
 std::atomic<uint32_t> readcfg;
-// The levels that pass for at least one module.
-std::atomic<uint32_t> g_passing;
+// The levels that may pass for a module, for all whose names begin alike together: those of the
+// default entry and of the entries among them.
+constexpr size_t kBeginnings = 32;
+std::atomic<uint32_t> g_passing[kBeginnings];
 
-void note_passing_levels() {
-    uint32_t passing = 0;
-    for (const log_setting *entry = &g_def_log_setting; entry != nullptr; entry = entry->next) {
-        passing |= entry->mask;
-    }
-    g_passing.store(passing, std::memory_order_relaxed);
+// The place of a name in g_passing.
+size_t beginning_of(const char *name) {
+    size_t place = static_cast<uint8_t>(name[0]);
+    return (name[0] != '\0' ? place + static_cast<uint8_t>(name[1]) : 0) % kBeginnings;
 }
 
 // The whole name of a module's entry, which stands behind the record: that holds 27 characters.
 char *whole_name(log_setting *entry) {
     return reinterpret_cast<char *>(entry + 1);
+}
+
+void note_passing_levels() {
+    uint32_t passing[kBeginnings] = {};
+    for (log_setting *entry = g_def_log_setting.next; entry != nullptr; entry = entry->next) {
+        passing[beginning_of(whole_name(entry))] |= entry->mask;
+    }
+    for (size_t i = 0; i < kBeginnings; i++) {
+        g_passing[i].store(passing[i] | g_def_log_setting.mask, std::memory_order_relaxed);
+    }
 }
 
 // The entry of a module, or null.
@@ -222,17 +232,19 @@ const log_setting *deciding_entry(const char *module) {
     return entry != nullptr ? entry : &g_def_log_setting;
 }
 
-// True when no module lets the level pass, by settings that are up to date.
-bool nothing_passes(uint32_t level) {
+// True when no entry that the module may have lets the level pass, by settings that are up to date.
+bool nothing_passes(const char *module, uint32_t level) {
     const uint32_t *counter = pshm.load(std::memory_order_acquire);
     return counter != nullptr &&
            __atomic_load_n(counter, __ATOMIC_RELAXED) <= readcfg.load(std::memory_order_acquire) &&
-           (g_passing.load(std::memory_order_relaxed) & level) == 0;
+           (g_passing[beginning_of(module != nullptr ? module : "")].load(
+                std::memory_order_relaxed) &
+            level) == 0;
 }
 
 // Whether a message has to be looked at under the lock.
-bool wanted(uint32_t level) {
-    return osa_log_where.load(std::memory_order_relaxed) != 0 && !nothing_passes(level);
+bool wanted(const char *module, uint32_t level) {
+    return osa_log_where.load(std::memory_order_relaxed) != 0 && !nothing_passes(module, level);
 }
 
 using Printer = void (*)(const LogMessage &, const LogTargets &);
@@ -257,7 +269,7 @@ void log(Printer print, const char *module, LogMessage message, const char *form
 }  // namespace
 
 void osa_print_log(const char *module, uint32_t level, const char *format, ...) {
-    if (!wanted(level)) {
+    if (!wanted(module, level)) {
         return;
     }
     va_list values;
@@ -268,7 +280,7 @@ void osa_print_log(const char *module, uint32_t level, const char *format, ...) 
 
 void osa_print_log_ex(const char *module, const char *file, uint32_t line, uint32_t level,
                       const char *format, ...) {
-    if (!wanted(level)) {
+    if (!wanted(module, level)) {
         return;
     }
     va_list values;
