@@ -23,6 +23,8 @@ constexpr uint32_t kWordBytes = 6;
 constexpr uint32_t kWordValues = 8;
 // What the last words may write behind the values that are wanted.
 constexpr size_t kSlack = 2 * kWordValues;
+// A work buffer of up to this size is on the stack.
+constexpr size_t kSmall = 512;
 
 constexpr uint8_t when(bool holds, uint8_t bits) {
     return static_cast<uint8_t>(-static_cast<uint8_t>(holds) & bits);
@@ -102,14 +104,31 @@ uint32_t misaligned_group(const uint8_t *text) {
     return hearth::swap_bytes(bits) >> 8;
 }
 
+uint32_t read_group(const uint8_t *text) {
+    return kReadings[0][text[0]] | kReadings[1][text[1]] | kReadings[2][text[2]] |
+           kReadings[3][text[3]];
+}
+
 uint32_t group_bytes(const uint8_t *text) {
-    uint32_t bytes = kReadings[0][text[0]] | kReadings[1][text[1]] | kReadings[2][text[2]] |
-                     kReadings[3][text[3]];
+    uint32_t bytes = read_group(text);
     return (bytes & kOutside) == 0 ? bytes : misaligned_group(text);
 }
 
-// Text and bytes may begin at the same place: writing never gets ahead of reading.
+// Text and bytes may begin at the same place: writing never gets ahead of reading. A word that is
+// written reaches behind its groups, into the bytes of those that are left.
 void decode_groups(const uint8_t *text, size_t groups, size_t pads, uint8_t *bytes) {
+    while (groups > 3) {
+        uint32_t first = read_group(text);
+        uint32_t second = read_group(text + 4);
+        if (((first | second) & kOutside) != 0) {
+            first = group_bytes(text);
+            second = group_bytes(text + 4);
+        }
+        store_le64(bytes, first | uint64_t{second} << 24);
+        groups -= 2;
+        text += 8;
+        bytes += 6;
+    }
     for (; groups > 1; --groups, text += 4, bytes += 3) {
         hearth::store_le32(bytes, group_bytes(text));
     }
@@ -126,12 +145,18 @@ uint32_t cl_base64Encode(const uint8_t *bytes, uint32_t count, char *text, uint3
         return status;
     }
     uint32_t characters = static_cast<uint32_t>(made);
-    hearth::HeapBlock<uint8_t> values(static_cast<uint8_t *>(malloc(characters + kSlack)));
-    if (!values) {
-        return CL_TEXT_BASE64_FAILED;
+    uint8_t small[kSmall];
+    hearth::HeapBlock<uint8_t> large;
+    uint8_t *values = small;
+    if (characters > sizeof small - kSlack) {
+        large.reset(static_cast<uint8_t *>(malloc(characters + kSlack)));
+        if (!large) {
+            return CL_TEXT_BASE64_FAILED;
+        }
+        values = large.get();
     }
-    spread_all(bytes, count, values.get());
-    write_digits(values.get(), characters, text);
+    spread_all(bytes, count, values);
+    write_digits(values, characters, text);
     uint32_t pads = (3 - count % 3) % 3;
     memset(text + characters - pads, kPad, pads);
     *length = characters;

@@ -144,18 +144,19 @@ struct Place {
     const uint16_t *limit;
 };
 
-bool has_block(const Place &place) {
-    return place.end - place.from >= static_cast<ptrdiff_t>(kBlock) &&
-           place.limit - place.to >= static_cast<ptrdiff_t>(kBlock);
+// As many characters of up to three bytes as a block surely holds.
+constexpr uint32_t kCommon = kBlock / kLongestOfUnit;
+
+bool has_room_for(const Place &place, uint32_t units) {
+    return place.limit - place.to >= static_cast<ptrdiff_t>(units);
 }
 
-// Reads characters of up to three bytes, as many as a block surely holds. False at a zero byte and
-// at whatever needs a closer look.
+// Reads characters of up to three bytes. False at a zero byte and at whatever needs a closer look.
 bool read_common(Place &place) {
     const uint8_t *from = place.from;
     uint16_t *to = place.to;
     bool common = true;
-    for (uint32_t i = 0; common && i < kBlock / kLongestOfUnit; ++i) {
+    for (uint32_t i = 0; common && i < kCommon; ++i) {
         uint32_t lead = *from;
         if (lead >= 0xE0 && lead < 0xF0) {
             *to++ = sequence_value(from, 3);
@@ -176,8 +177,9 @@ bool read_common(Place &place) {
 }
 
 void read_blocks(Place &place) {
-    while (has_block(place)) {
-        if (is_ascii_block(place.from)) {
+    while (place.end - place.from >= static_cast<ptrdiff_t>(kBlock) &&
+           has_room_for(place, kCommon)) {
+        if (has_room_for(place, kBlock) && is_ascii_block(place.from)) {
             copy_block(place.to, place.from);
             place.from += kBlock;
             place.to += kBlock;
@@ -193,7 +195,7 @@ uint32_t read_character(Place &place) {
     if (length == 0 || place.end - place.from < static_cast<ptrdiff_t>(length)) {
         return CL_TEXT_BAD_UTF8;
     }
-    if (place.to == place.limit) {
+    if (!has_room_for(place, 1)) {
         return CL_TEXT_NO_ROOM;
     }
     *place.to++ = sequence_value(place.from, length);
