@@ -191,26 +191,32 @@ TEST_F(OsaLog, NothingPassesBeforeSettingsAreThere) {
     EXPECT_EQ(capture.text(), "");
 }
 
-// Which of four modules pass at which level after each load, the earlier ones still in force.
+// Which modules pass at which level after each load, the earlier ones still in force. Two of them
+// share a place in what is looked at before the lock.
 TEST_F(OsaLog, EntriesAddUpUntilAllRemovesThem) {
     struct Step {
         std::vector<Entry> entries;
         std::map<std::string, uint32_t> masks;
     };
     const Step steps[] = {
-        {{{"ats", 2}, {"config", 8}}, {{"ats", 2}, {"config", 8}, {"global", 0}}},
+        {{{"ats", 2}, {"bss", 1}, {"config", 8}},
+         {{"ats", 2}, {"bss", 1}, {"config", 8}, {"global", 0}}},
         {{{"ats", 16}, {"default", 4}}, {{"ats", 16}, {"config", 8}, {"global", 4}, {"", 4}}},
         {{{"", 1}, {"notify_client", 1}}, {{"ats", 16}, {"global", 4}, {"notify_client", 1}}},
         {{{"ats", 31}, {"all", 2}, {"config", 1}},
          {{"ats", 2}, {"config", 1}, {"notify_client", 2}}},
-        {{}, {{"ats", 2}, {"config", 1}}},
+        {{}, {{"ats", 2}, {"bss", 2}, {"config", 1}}},
     };
     for (const Step &step : steps) {
         write_settings(2, step.entries);
         osa_update_cfg();
         for (const auto &[module, mask] : step.masks) {
             uint32_t passed = 0;
+            uint32_t written = 0;
             for (uint32_t level = 1; level <= 16; level *= 2) {
+                size_t before = log_text().size();
+                print_log(module.c_str(), level, "line\n");
+                written |= log_text().size() > before ? level : 0;
                 const log_setting *entry = nullptr;
                 passed |= default_log_filter(module.c_str(), level, &entry) != 0 ? level : 0;
                 ASSERT_NE(entry, nullptr);
@@ -218,6 +224,7 @@ TEST_F(OsaLog, EntriesAddUpUntilAllRemovesThem) {
                 EXPECT_TRUE(entry->name == module || entry->name[0] == '\0');
             }
             EXPECT_EQ(passed, mask) << module << " in step " << &step - steps;
+            EXPECT_EQ(written, mask) << module << " in step " << &step - steps;
         }
     }
     EXPECT_EQ(default_log_filter("ats", 2, nullptr), 0);
