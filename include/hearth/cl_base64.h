@@ -12,8 +12,8 @@
 HEARTH_BEGIN_DECLS
 
 /*
- * Writes bytes as Base64 text; not terminated. Takes a work buffer from the heap for the length
- * of the call.
+ * Writes bytes as Base64 text; not terminated. For a text of more than some hundred characters it
+ * takes a work buffer from the heap for the length of the call.
  *   count   bytes
  *   length  in: capacity; out: characters, a multiple of 4
  * Status: CL_TEXT_OK, CL_TEXT_BAD_ARGUMENT, CL_TEXT_NO_ROOM, CL_TEXT_BASE64_FAILED without

@@ -61,7 +61,7 @@ std::string model(const std::string &bytes) {
 
 TEST(Base64, EveryLengthBothWays) {
     std::mt19937 random(3);
-    for (uint32_t size = 1; size < 300; ++size) {
+    for (uint32_t size = 1; size < 400; ++size) {
         std::string bytes(size, 0);
         for (char &byte : bytes) {
             byte = static_cast<char>(random());
@@ -115,13 +115,16 @@ TEST(Base64, BadArgumentsAndNoMemory) {
     EXPECT_EQ(cl_base64Encode(bytes, 1, text, nullptr), 1u);
     EXPECT_EQ(cl_base64Decode(text, 0, bytes, &length), 1u);
     EXPECT_EQ(cl_base64Decode(text, 4, bytes, &length), 6u);
-    length = 4;
+    std::string many(600, 'M');
+    std::string room(800, 0);
     uint32_t status = CL_TEXT_BASE64_FAILED;
-    int failed = hearth::test::for_each_fault(hearth::test::Fault::kFail,
-                                              hearth::test::kAllocations, ENOMEM, [&] {
-                                                  EXPECT_EQ(status, CL_TEXT_BASE64_FAILED);
-                                                  status = cl_base64Encode(bytes, 3, text, &length);
-                                              });
+    int failed = hearth::test::for_each_fault(
+        hearth::test::Fault::kFail, hearth::test::kAllocations, ENOMEM, [&] {
+            EXPECT_EQ(status, CL_TEXT_BASE64_FAILED);
+            length = 800;
+            status = cl_base64Encode(reinterpret_cast<uint8_t *>(many.data()), 600, room.data(),
+                                     &length);
+        });
     EXPECT_EQ(failed, 1);
     EXPECT_EQ(status, 0u);
 }
