@@ -43,6 +43,8 @@ constexpr const char *kStoredLists[] = {"^APPROFALL", "^APIPRDALL", "^APPFRALL",
 // A failure without text.
 constexpr int32_t kRetNothing = 1;
 
+constexpr std::chrono::seconds kLongestWait{60};
+
 size_t counted_length(const at_server_msg &request) {
     uint32_t length = 0;
     memcpy(&length, request.report + kCommandRoom, sizeof length);
@@ -94,6 +96,14 @@ int32_t refusal_result(const std::string &command, const std::string &final_resu
         return AT_RET_FAILURE;
     }
     return starts_with(final_result, "+CMS") ? AT_RET_REFUSED : AT_RET_ERROR;
+}
+
+// The event as the signal that it is.
+sigset_t request_event() {
+    sigset_t events;
+    sigemptyset(&events);
+    sigaddset(&events, SIGUSR1);
+    return events;
 }
 
 bool process_lives(int32_t id) {
@@ -163,9 +173,7 @@ bool AtServer::open() {
         fprintf(stderr, "at_server: cannot block the request event: %s\n", strerror(errno));
         return false;
     }
-    sigset_t events;
-    sigemptyset(&events);
-    sigaddset(&events, SIGUSR1);
+    sigset_t events = request_event();
     event_descriptor_ = signalfd(-1, &events, SFD_CLOEXEC | SFD_NONBLOCK);
     // A server that was killed left its queues behind; clients look for new ones.
     for (int number : {AT_QUEUE_REQUESTS, AT_QUEUE_REPLIES}) {
@@ -193,26 +201,37 @@ bool AtServer::open() {
 void AtServer::run(const volatile int &stop, const std::function<void()> &idle) {
     card_.look();
     while (stop == 0) {
-        int timeout = -1;
-        if (auto next = modem_.next_tick()) {
-            auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
-            timeout = static_cast<int>(std::clamp<int64_t>(left.count(), 0, 60000));
-        }
-        pollfd waits[] = {{event_descriptor_, POLLIN, 0}, {modem_.descriptor(), POLLIN, 0}};
-        int ready = poll(waits, 2, timeout);
-        if (ready > 0 && waits[0].revents != 0) {
-            // Events of a kind do not pile up: one read takes what there is.
-            signalfd_siginfo event;
-            if (read(event_descriptor_, &event, sizeof event) > 0) {
-                drain();
-            }
-        }
-        if (ready > 0 && waits[1].revents != 0) {
-            modem_.readable();
+        if (wait()) {
+            drain();
         }
         modem_.tick();
         idle();
     }
+}
+
+// Waits for the event, for the modem, or until its next tick is due. True when the event has come.
+// Events of a kind do not pile up: whoever takes one takes what there is.
+bool AtServer::wait() {
+    std::chrono::milliseconds limit = kLongestWait;
+    if (auto next = modem_.next_tick()) {
+        auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
+        limit = std::clamp(left, std::chrono::milliseconds(0), limit);
+    }
+    if (modem_.descriptor() < 0) {
+        // Nothing but the event can come, and one call waits for it and takes it.
+        timespec time = {limit.count() / 1000, limit.count() % 1000 * 1000000};
+        sigset_t events = request_event();
+        return sigtimedwait(&events, nullptr, &time) > 0;
+    }
+    pollfd waits[] = {{event_descriptor_, POLLIN, 0}, {modem_.descriptor(), POLLIN, 0}};
+    if (poll(waits, 2, static_cast<int>(limit.count())) <= 0) {
+        return false;
+    }
+    if (waits[1].revents != 0) {
+        modem_.readable();
+    }
+    signalfd_siginfo event;
+    return waits[0].revents != 0 && read(event_descriptor_, &event, sizeof event) > 0;
 }
 
 void AtServer::drain() {

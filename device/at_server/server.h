@@ -31,6 +31,7 @@ class AtServer {
     void run(const volatile int &stop, const std::function<void()> &idle);
 
   private:
+    bool wait();
     void drain();
     void take(const at_server_msg &request);
     // The report that answers a request without a command; null for any other request.
