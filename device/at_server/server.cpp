@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <string_view>
 
 #include "hearth/osa_event.h"
 #include "hearth/osa_queue.h"
@@ -35,10 +36,10 @@ constexpr struct {
 } kRawBodies[] = {{"AT^HCMGS=", 256}, {"AT^HCMGW=", 162}};
 
 // A request for unread messages names another command and awaits this.
-constexpr const char *kUnreadMessages = "^CMGI:";
+constexpr std::string_view kUnreadMessages = "^CMGI:";
 
 // Lists whose entries all go into the response of a request for one line.
-constexpr const char *kStoredLists[] = {"^APPROFALL", "^APIPRDALL", "^APPFRALL", "^APPTRALL"};
+constexpr std::string_view kStoredLists[] = {"^APPROFALL", "^APIPRDALL", "^APPFRALL", "^APPTRALL"};
 
 // A failure without text.
 constexpr int32_t kRetNothing = 1;
@@ -51,36 +52,34 @@ size_t counted_length(const at_server_msg &request) {
     return length <= kCommandRoom ? length : 0;
 }
 
-std::string match_of(const at_server_msg &message) {
-    return {message.match, strnlen(message.match, sizeof message.match)};
-}
-
-bool starts_with(const std::string &text, const char *head) {
-    return text.compare(0, strlen(head), head) == 0;
+// The text in a field that may lack its terminator.
+std::string_view text_in(const char *field, size_t room) {
+    return {field, strnlen(field, room)};
 }
 
 // The response text: every line for a multi-line request, else the line that the caller wants.
 std::string response_text(const at_server_msg &message, const Reply &reply) {
-    bool list = std::find(std::begin(kStoredLists), std::end(kStoredLists), match_of(message)) !=
+    std::string_view match = text_in(message.match, sizeof message.match);
+    bool list = std::find(std::begin(kStoredLists), std::end(kStoredLists), match) !=
                 std::end(kStoredLists);
-    if (message.multi_line == 0 && !match_of(message).empty() && !list) {
+    if (message.multi_line == 0 && !match.empty() && !list) {
         for (size_t i = 0; i < reply.lines.size(); i++) {
-            if (reply.lines[i].find(match_of(message)) != std::string::npos) {
+            const std::string &line = reply.lines[i];
+            if (line.find(match) != std::string::npos) {
                 // A PDU or a raw body, which may hold any byte, stands on the line behind its
                 // header.
-                bool raw = starts_with(reply.lines[i], "^HCMGR:");
                 bool header = i + 1 < reply.lines.size() &&
-                              (raw || reply.lines[i + 1].find(':') == std::string::npos);
-                return header ? reply.lines[i] + "\r\n" + reply.lines[i + 1] : reply.lines[i];
+                              (line.starts_with("^HCMGR:") ||
+                               reply.lines[i + 1].find(':') == std::string::npos);
+                return header ? line + "\r\n" + reply.lines[i + 1] : line;
             }
         }
     }
     // Lines that each begin with what the caller looks for are cut there, and need no line ends,
     // which would stand in their last values.
-    bool cut = !match_of(message).empty() &&
-               std::all_of(reply.lines.begin(), reply.lines.end(), [&](const std::string &line) {
-                   return starts_with(line, match_of(message).c_str());
-               });
+    bool cut = !match.empty() &&
+               std::all_of(reply.lines.begin(), reply.lines.end(),
+                           [&](const std::string &line) { return line.starts_with(match); });
     std::string text;
     for (const std::string &line : reply.lines) {
         text += text.empty() || cut ? line : "\r\n" + line;
@@ -89,13 +88,13 @@ std::string response_text(const at_server_msg &message, const Reply &reply) {
 }
 
 // Wrong passwords and a network that is not there have a result of their own in two commands.
-int32_t refusal_result(const std::string &command, const std::string &final_result) {
-    bool password = starts_with(command, "AT+CPWD=") && final_result == "+CME ERROR: 16";
-    bool network = starts_with(command, "AT+CUSD=") && final_result == "+CME ERROR: 30";
+int32_t refusal_result(std::string_view command, const std::string &final_result) {
+    bool password = command.starts_with("AT+CPWD=") && final_result == "+CME ERROR: 16";
+    bool network = command.starts_with("AT+CUSD=") && final_result == "+CME ERROR: 30";
     if (password || network) {
         return AT_RET_FAILURE;
     }
-    return starts_with(final_result, "+CMS") ? AT_RET_REFUSED : AT_RET_ERROR;
+    return final_result.starts_with("+CMS") ? AT_RET_REFUSED : AT_RET_ERROR;
 }
 
 // The event as the signal that it is.
@@ -113,20 +112,20 @@ bool process_lives(int32_t id) {
 }  // namespace
 
 Command command_of(const at_server_msg &request) {
-    if (match_of(request) == kUnreadMessages) {
+    if (text_in(request.match, sizeof request.match) == kUnreadMessages) {
         return {"AT^CMGI", ""};
     }
     if (size_t length = counted_length(request)) {
         return {{request.report, length}, ""};
     }
-    std::string text(request.report, strnlen(request.report, kCommandRoom));
+    std::string_view text = text_in(request.report, kCommandRoom);
     size_t end = text.find('\r');
     if (end == std::string::npos) {
-        return {text, ""};
+        return {std::string(text), ""};
     }
-    Command command{text.substr(0, end), text.substr(end + 1)};
+    Command command{std::string(text.substr(0, end)), std::string(text.substr(end + 1))};
     for (const auto &raw : kRawBodies) {
-        if (starts_with(command.line, raw.head)) {
+        if (command.line.starts_with(raw.head)) {
             command.body.assign(request.report + end + 1, raw.body);
         }
     }
@@ -134,24 +133,26 @@ Command command_of(const at_server_msg &request) {
 }
 
 void fill_reply(at_server_msg &message, const Reply &reply) {
-    std::string command(message.report, strnlen(message.report, kCommandRoom));
     std::string text = reply.ok() ? response_text(message, reply) : reply.final_result;
     if (reply.ok()) {
         message.Ret_val = AT_RET_SUCCESS;
     } else {
-        message.Ret_val = text.empty() ? kRetNothing : refusal_result(command, text);
+        message.Ret_val = text.empty()
+                              ? kRetNothing
+                              : refusal_result(text_in(message.report, kCommandRoom), text);
     }
-    memset(message.report, 0, sizeof message.report);
-    message.report_len = static_cast<uint32_t>(std::min(text.size(), sizeof message.report - 1));
-    memcpy(message.report, text.data(), message.report_len);
+    size_t length = std::min(text.size(), sizeof message.report - 1);
+    memcpy(message.report, text.data(), length);
+    memset(message.report + length, 0, sizeof message.report - length);
+    message.report_len = static_cast<uint32_t>(length);
 }
 
 AtServer::AtServer(Modem &modem) : modem_(modem), card_(modem) {
     modem_.on_report([this](const std::string &line) {
         card_.notice(line);
-        if (starts_with(line, "^RSSI")) {
+        if (line.starts_with("^RSSI")) {
             last_rssi_ = line;
-        } else if (starts_with(line, "^SMMEMFULL")) {
+        } else if (line.starts_with("^SMMEMFULL")) {
             last_memory_full_ = line;
         }
     });
@@ -235,26 +236,30 @@ bool AtServer::wait() {
 }
 
 void AtServer::drain() {
-    at_server_msg request;
-    while (osa_msgQ_recv(requests_, &request, sizeof request, 0) >= 0) {
-        take(request);
+    for (;;) {
+        // A request that still waits for the modem keeps its message.
+        if (message_.use_count() != 1) {
+            message_ = std::make_shared<at_server_msg>();
+        }
+        if (osa_msgQ_recv(requests_, message_.get(), sizeof *message_, 0) < 0) {
+            return;
+        }
+        take(message_);
     }
 }
 
-void AtServer::take(const at_server_msg &request) {
-    const std::string *line = report_for(request);
-    if (line != nullptr || request.req_class == kServerValue) {
-        at_server_msg reply = request;
+void AtServer::take(const std::shared_ptr<at_server_msg> &message) {
+    const std::string *line = report_for(*message);
+    if (line != nullptr || message->req_class == kServerValue) {
         bool known = line != nullptr && !line->empty();
-        fill_reply(reply, known ? Reply{{*line}, "OK"} : Reply{{}, ""});
-        send(reply);
+        fill_reply(*message, known ? Reply{{*line}, "OK"} : Reply{{}, ""});
+        send(*message);
         return;
     }
-    modem_.start(command_of(request), std::chrono::seconds(std::max(request.timeout, 1)),
-                 [this, request](const Reply &answer) {
-                     at_server_msg reply = request;
-                     fill_reply(reply, answer);
-                     send(reply);
+    modem_.start(command_of(*message), std::chrono::seconds(std::max(message->timeout, 1)),
+                 [this, message](const Reply &answer) {
+                     fill_reply(*message, answer);
+                     send(*message);
                  });
 }
 

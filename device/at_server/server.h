@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "card_watcher.h"
@@ -33,7 +34,7 @@ class AtServer {
   private:
     bool wait();
     void drain();
-    void take(const at_server_msg &request);
+    void take(const std::shared_ptr<at_server_msg> &message);
     // The report that answers a request without a command; null for any other request.
     const std::string *report_for(const at_server_msg &request) const;
     void send(const at_server_msg &reply);
@@ -41,6 +42,8 @@ class AtServer {
 
     Modem &modem_;
     CardWatcher card_;
+    // The request in hand; its reply is written over it.
+    std::shared_ptr<at_server_msg> message_;
     std::string last_rssi_;
     std::string last_memory_full_;
     int event_descriptor_ = -1;
