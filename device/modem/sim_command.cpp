@@ -4,7 +4,6 @@
 #include <stdio.h>
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 
 namespace hearth::device {
@@ -39,6 +38,10 @@ std::vector<std::string> split_arguments(std::string_view text) {
     return arguments;
 }
 
+char to_upper(char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - ('a' - 'A')) : c;
+}
+
 bool is_name_end(char c) {
     return c == '=' || c == '?';
 }
@@ -58,14 +61,13 @@ int SimCommand::number(size_t i, int missing) const {
 SimCommand parse_command(const Command &command) {
     SimCommand parsed;
     std::string_view line = command.line;
-    if (line.size() >= 2 && std::toupper(line[0]) == 'A' && std::toupper(line[1]) == 'T') {
+    if (line.size() >= 2 && to_upper(line[0]) == 'A' && to_upper(line[1]) == 'T') {
         line.remove_prefix(2);
     }
     size_t end =
         static_cast<size_t>(std::find_if(line.begin(), line.end(), is_name_end) - line.begin());
     parsed.name = trimmed(line.substr(0, end));
-    std::transform(parsed.name.begin(), parsed.name.end(), parsed.name.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    std::transform(parsed.name.begin(), parsed.name.end(), parsed.name.begin(), to_upper);
     std::string_view rest = line.substr(end);
     if (rest == "?") {
         parsed.form = Form::kQuery;

@@ -190,8 +190,8 @@ void SimModem::notice_card() {
                 sim.lock == seen_.lock && sim.verified == seen_.verified &&
                 (sim.pin_tries == 0) == (seen_.pin_tries == 0) &&
                 (sim.puk_tries == 0) == (seen_.puk_tries == 0);
-    seen_ = sim;
     if (!same) {
+        seen_ = sim;
         // 255: no card.
         report(format("^SIMST:%d", sim.inserted ? 1 : 255));
     }

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <deque>
-#include <map>
 #include <string_view>
+#include <unordered_map>
 
 #include "modem.h"
 #include "sim_command.h"
@@ -44,7 +44,7 @@ class SimModem : public Modem {
     // Circuit and packet domain.
     std::array<int, 2> seen_registration_;
     Clock::time_point next_flow_;
-    std::map<std::string_view, const SimHandler *> handlers_;
+    std::unordered_map<std::string_view, const SimHandler *> handlers_;
     Clock::time_point begin_ = Clock::now();
     std::deque<Late> late_;
     size_t next_moment_ = 0;

@@ -22,9 +22,9 @@ Reply registration_reply(const SimCommand &command, const Network &network, int 
         *mode = value;
         return {};
     }
-    std::string line = format("%s: %d,%d", command.name.c_str(), *mode, status);
+    std::string line = command.name + ": " + std::to_string(*mode) + "," + std::to_string(status);
     if (*mode == 2 && (status == 1 || status == 5)) {
-        line += format(",\"%s\",\"%s\"", network.area.c_str(), network.cell.c_str());
+        line += ",\"" + network.area + "\",\"" + network.cell + "\"";
     }
     return line_reply(line);
 }
