@@ -324,7 +324,7 @@ std::string numbered(uint32_t count) {
     return text;
 }
 
-TEST(AtParse, LongLinesGiveTheSameListFromTheHeap) {
+TEST(AtParse, LongLinesGiveTheSameList) {
     LogCapture log;
     for (uint32_t count : {127u, 128u, 129u, 1000u}) {
         SCOPED_TRACE(count);

@@ -19,15 +19,19 @@ namespace {
 constexpr LogSource kLogSource{"ats", "ats/atapi/at_parse"};
 
 // A copy of [first, last) without outer blanks and, once those are gone, outer quotes. Null without
-// memory.
+// memory. At `last` is a comma or the end of the text, which stops each walk from the left.
 char *copy_field(const char *first, const char *last) {
-    for (char ch : {' ', '"'}) {
-        while (first != last && *first == ch) {
-            ++first;
-        }
-        while (first != last && last[-1] == ch) {
-            --last;
-        }
+    while (*first == ' ') {
+        ++first;
+    }
+    while (first != last && last[-1] == ' ') {
+        --last;
+    }
+    while (*first == '"') {
+        ++first;
+    }
+    while (first < last && last[-1] == '"') {
+        --last;
     }
     size_t length = static_cast<size_t>(last - first);
     char *copy = static_cast<char *>(malloc(length + 1));
@@ -38,51 +42,82 @@ char *copy_field(const char *first, const char *last) {
     return copy;
 }
 
-// The first comma outside quotes, or the end of the text. Most characters are above both marks.
+// The first comma outside quotes, or the end of the text. Most characters are above all marks.
 const char *field_end(const char *text) {
     for (;; ++text) {
         while (static_cast<uint8_t>(*text) > ',') {
             ++text;
+        }
+        if (*text == ',') {
+            return text;
         }
         if (*text == '"') {
             do {
                 ++text;
             } while (*text != '\0' && *text != '"');
         }
-        if (*text == '\0' || *text == ',') {
+        if (*text == '\0') {
             return text;
         }
     }
 }
 
-// Chains the fields of a format and a text through two arrays of `room` places. The chain is as
-// long as the commas say; with another separator, which splits nothing, it fills the room.
-int32_t chain_fields(at_parse_result **result, const char *format, const char *text, char **names,
-                     char **values, uint32_t room, char separator) {
-    FieldCounts in_format{};
-    FieldCounts in_text{};
-    int32_t code = split_fields(format, names, room, &in_format);
-    if (code == AT_PARSE_OK) {
-        code = split_fields(text, values, room, &in_text);
+// Stores a copy of the field at `*place` and goes to the place behind its comma, null when there is
+// none. At no place, and at one at the very end of the text, there is no field: null is stored.
+// False without memory.
+bool take_field(const char **place, char **field) {
+    const char *text = *place;
+    *place = nullptr;
+    if (text == nullptr || *text == '\0') {
+        *field = nullptr;
+        return true;
     }
-    uint32_t length = separator == ',' ? std::max(in_format.places, in_text.places) : room;
-    if (code == AT_PARSE_OK && length > room) {
-        code = AT_PARSE_MISMATCH;
+    const char *end = field_end(text);
+    if (*end == ',') {
+        *place = end + 1;
     }
-    if (code == AT_PARSE_OK) {
-        std::fill(names + in_format.stored, names + length, nullptr);
-        std::fill(values + in_text.stored, values + length, nullptr);
-        at_parse_result *head = GreatLinkList_AT(names, values, length);
-        if (head != nullptr) {
-            *result = head;
-            return AT_PARSE_OK;
+    *field = copy_field(text, end);
+    return *field != nullptr;
+}
+
+// Links an empty node behind the last one; null without memory.
+at_parse_result *append_node(at_parse_result ***link) {
+    at_parse_result *node = new_node();
+    if (node == nullptr) {
+        HEARTH_LOG(OSA_LOG_INFO, "[%s, %d] GreatLinkList_AT: malloc failed\n", kLogSource.path,
+                   __LINE__);
+        return nullptr;
+    }
+    **link = node;
+    *link = &node->next_field;
+    return node;
+}
+
+// The chain of a format and a text, of `most` fields at most. It is as long as the commas say;
+// another separator, which splits nothing, says only how long it is.
+int32_t chain_fields(at_parse_result **result, const char *format, const char *text,
+                     const char *separator, uint32_t most) {
+    uint32_t length = *separator == ',' ? 0 : field_count(format, text, separator);
+    if (length > most) {
+        return AT_PARSE_MISMATCH;
+    }
+    ResultList head;
+    at_parse_result **link = head.out();
+    for (uint32_t i = 0; length == 0 ? format != nullptr || text != nullptr : i < length; ++i) {
+        if (i == most) {
+            return AT_PARSE_MISMATCH;
         }
-        HEARTH_LOG(OSA_LOG_INFO, "AT_RETURN_MALLOC_ERR\n");
-        code = AT_RETURN_MALLOC_ERR;
+        at_parse_result *node = append_node(&link);
+        if (node == nullptr) {
+            HEARTH_LOG(OSA_LOG_INFO, "AT_RETURN_MALLOC_ERR\n");
+            return AT_RETURN_MALLOC_ERR;
+        }
+        if (!take_field(&format, &node->AtFieldName) || !take_field(&text, &node->AtFieldValue)) {
+            return AT_RETURN_MALLOC_ERR;
+        }
     }
-    free_strings(names, in_format.stored);
-    free_strings(values, in_text.stored);
-    return code;
+    *result = head.release();
+    return AT_PARSE_OK;
 }
 
 // Names "index_0", "index_1" and so on.
@@ -108,8 +143,8 @@ int32_t chain_indexes(at_parse_result **result, const char *text) {
     if (!names || !values) {
         return AT_RETURN_MALLOC_ERR;
     }
-    FieldCounts counts{};
-    int32_t code = split_fields(text, values.get(), length, &counts);
+    uint32_t stored = 0;
+    int32_t code = split_fields(text, values.get(), length, &stored);
     if (code == AT_PARSE_OK) {
         code = name_indexes(names.get(), length);
     }
@@ -139,22 +174,16 @@ void free_strings(char **strings, uint32_t count) {
     }
 }
 
-int32_t split_fields(const char *text, char **fields, uint32_t room, FieldCounts *counts) {
-    uint32_t stored = 0;
-    bool open = true;
-    while (*text != '\0' && stored < room) {
-        const char *end = field_end(text);
-        char *field = copy_field(text, end);
-        if (field == nullptr) {
-            free_strings(fields, stored);
-            *counts = {};
+int32_t split_fields(const char *text, char **fields, uint32_t room, uint32_t *count) {
+    *count = 0;
+    while (text != nullptr && *text != '\0' && *count < room) {
+        if (!take_field(&text, &fields[*count])) {
+            free_strings(fields, *count);
+            *count = 0;
             return AT_RETURN_MALLOC_ERR;
         }
-        fields[stored++] = field;
-        open = *end == ',';
-        text = end + open;
+        ++*count;
     }
-    *counts = {stored, stored + open};
     return AT_PARSE_OK;
 }
 
@@ -167,10 +196,7 @@ int32_t at_const_parse(char **fields, const char *text, const char *separator, u
         return AT_PARSE_ERROR;
     }
     // Required: the separator is only checked, and commas split whatever it says.
-    hearth::FieldCounts counts{};
-    int32_t code = hearth::split_fields(text, fields, UINT32_MAX, &counts);
-    *count = counts.stored;
-    return code;
+    return hearth::split_fields(text, fields, UINT32_MAX, count);
 }
 
 at_parse_result *GreatLinkList_AT(char **names, char **values, uint32_t count) {
@@ -181,20 +207,16 @@ at_parse_result *GreatLinkList_AT(char **names, char **values, uint32_t count) {
     hearth::ResultList head;
     at_parse_result **link = head.out();
     for (uint32_t i = 0; i < count; ++i) {
-        at_parse_result *node = hearth::new_node();
+        at_parse_result *node = hearth::append_node(&link);
         if (node == nullptr) {
             head.reset(nullptr);
             // The strings went with the nodes: the caller must not free them once more.
             std::fill_n(names, i, nullptr);
             std::fill_n(values, i, nullptr);
-            HEARTH_LOG(OSA_LOG_INFO, "[%s, %d] GreatLinkList_AT: malloc failed\n", kLogSource.path,
-                       __LINE__);
             return nullptr;
         }
         node->AtFieldName = names[i];
         node->AtFieldValue = values[i];
-        *link = node;
-        link = &node->next_field;
     }
     return head.release();
 }
@@ -204,17 +226,7 @@ int32_t parse_field(at_parse_result **result, const char *format, const char *te
     if (result == nullptr || format == nullptr || text == nullptr || separator == nullptr) {
         return AT_PARSE_ERROR;
     }
-    // On the stack, which spares the common path two allocations.
-    char *names[AT_PARSE_FIELDS];
-    char *values[AT_PARSE_FIELDS];
-    uint32_t room = AT_PARSE_FIELDS;
-    if (*separator != ',') {
-        room = hearth::field_count(format, text, separator);
-        if (room > AT_PARSE_FIELDS) {
-            return AT_PARSE_MISMATCH;
-        }
-    }
-    return hearth::chain_fields(result, format, text, names, values, room, *separator);
+    return hearth::chain_fields(result, format, text, separator, AT_PARSE_FIELDS);
 }
 
 int32_t parse_many_field(at_parse_result **result, const char *format, const char *text,
@@ -229,14 +241,7 @@ int32_t parse_many_field(at_parse_result **result, const char *format, const cha
         HEARTH_LOG(OSA_LOG_ERROR, "THE result is NULL.\n");
         return AT_PARSE_MISMATCH;
     }
-    uint32_t length = hearth::field_count(format, text, separator);
-    hearth::HeapBlock<char *> names = hearth::allocate_zeroed<char *>(length);
-    hearth::HeapBlock<char *> values = hearth::allocate_zeroed<char *>(length);
-    if (!names || !values) {
-        return AT_RETURN_MALLOC_ERR;
-    }
-    return hearth::chain_fields(result, format, text, names.get(), values.get(), length,
-                                *separator);
+    return hearth::chain_fields(result, format, text, separator, UINT32_MAX);
 }
 
 int32_t parse_cmgi_list_at_str(at_parse_result **result, const char *format, char *text,

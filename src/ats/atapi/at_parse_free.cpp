@@ -6,27 +6,38 @@
 static_assert(sizeof(at_parse_result) == 4 * sizeof(void *));
 static_assert(offsetof(at_parse_result, next_group) == 2 * sizeof(void *));
 
-void free_node(at_parse_result *node) {
-    if (node == nullptr) {
-        return;
-    }
+namespace {
+
+void release_node(at_parse_result *node) {
     free(node->AtFieldName);
     free(node->AtFieldValue);
     free(node);
 }
 
-void free_at_res_link(at_parse_result *head) {
+void release_chain(at_parse_result *head) {
     while (head != nullptr) {
         at_parse_result *next = head->next_field;
-        free_node(head);
+        release_node(head);
         head = next;
     }
+}
+
+}  // namespace
+
+void free_node(at_parse_result *node) {
+    if (node != nullptr) {
+        release_node(node);
+    }
+}
+
+void free_at_res_link(at_parse_result *head) {
+    release_chain(head);
 }
 
 void free_at_cmd(at_parse_result *head) {
     while (head != nullptr) {
         at_parse_result *next = head->next_group;
-        free_at_res_link(head);
+        release_chain(head);
         head = next;
     }
 }
@@ -44,7 +55,7 @@ void free_at_res_tree(at_parse_result *node) {
         reversed = node;
         node = next;
     }
-    free_at_res_link(reversed);
+    release_chain(reversed);
 }
 
 // Required to walk the list and leave it at that.
