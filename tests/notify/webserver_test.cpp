@@ -16,11 +16,7 @@
 
 namespace {
 
-using hearth::test::Frame;
-using hearth::test::LogCapture;
-using hearth::test::make_frame;
-using hearth::test::Peer;
-using hearth::test::ScriptedServer;
+using namespace hearth::test;
 
 constexpr uint32_t kMe = 12;
 constexpr uint32_t kOther = 17;
@@ -250,6 +246,15 @@ TEST_F(Web, CallsAHookOfItsOwnProcessItself) {
     free(out);
     EXPECT_EQ(g_released, 1);
     EXPECT_EQ(g_hook_thread, gettid());
+
+    out = strdup("....");
+    arm_fault(Fault::kFail, kAllocations, 1);
+    int32_t result = send_notify_webserver(kOther, 26002, request.data(), &out, 0, 5);
+    EXPECT_TRUE(disarm_fault());
+    EXPECT_EQ(result, 0);
+    EXPECT_STREQ(out, "....") << "without memory the room stays as it was";
+    free(out);
+    EXPECT_EQ(g_released, 2);
 }
 
 TEST_F(Web, KeepsTheTextOfALocalHookWithoutABufferForIt) {
@@ -335,7 +340,6 @@ TEST(ErrorMessages, AFailingLookupIsAnEmptyMessage) {
 }
 
 TEST(ErrorMessages, MemoryRunningOutGivesABody) {
-    using namespace hearth::test;
     write_table("<errors><e code=\"5\" msg=\"five\"/></errors>");
     int faults = for_each_fault(Fault::kFail, kAllocations, ENOMEM, [] {
         char *text = global_get_error_msg(5);
