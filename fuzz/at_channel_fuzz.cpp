@@ -2,6 +2,7 @@
 // each is a byte that moves its number away from the request's, two bytes of length, and its bytes
 // from the front of the message on.
 // libFuzzer: -max_len=5000
+#include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 
@@ -19,6 +20,7 @@ namespace {
 constexpr int32_t kReplies = 7;
 constexpr int32_t kRequests = 8;
 constexpr size_t kHead = 3;
+constexpr size_t kThroughSeq = offsetof(at_server_msg, seq) + sizeof(uint32_t);
 
 std::span<const uint8_t> g_messages;
 uint32_t g_seq;
@@ -60,9 +62,11 @@ int32_t osa_msgQex_recv(int32_t queue, void *message, uint32_t size, int32_t tim
     g_messages = g_messages.subspan(kHead);
     std::span<const uint8_t> bytes = g_messages.first(std::min(length, g_messages.size()));
     g_messages = g_messages.subspan(bytes.size());
-    memcpy(message, bytes.data(), std::min<size_t>(bytes.size(), size));
+    size_t got = std::min<size_t>(bytes.size(), size);
+    memset(message, 0, kThroughSeq);
+    memcpy(message, bytes.data(), got);
     static_cast<at_server_msg *>(message)->seq = g_seq + static_cast<uint32_t>(distance);
-    return static_cast<int32_t>(size);
+    return static_cast<int32_t>(std::max(got, kThroughSeq) - sizeof(int32_t));
 }
 
 int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {

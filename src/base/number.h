@@ -2,17 +2,30 @@
 #pragma once
 
 #include <stdint.h>
-#include <stdlib.h>
 
 #include <charconv>
 #include <string_view>
 
+#include "base/text.h"
+
 namespace hearth {
 
 // As atoi: leading white space, a sign, digits up to the first other character, 0 for none. What
-// overflows keeps its low 32 bits.
+// overflows 64 bits becomes the largest or smallest number of them; of any number the low 32 bits
+// are kept.
 inline int32_t to_int32(const char *text) {
-    return static_cast<int32_t>(strtoll(text, nullptr, 10));
+    while (is_space(*text)) {
+        text++;
+    }
+    bool negative = *text == '-';
+    text += negative || *text == '+';
+    uint64_t limit = static_cast<uint64_t>(INT64_MAX) + negative;
+    uint64_t value = 0;
+    for (; is_digit(*text); text++) {
+        uint64_t digit = static_cast<uint64_t>(*text - '0');
+        value = value <= (limit - digit) / 10 ? value * 10 + digit : limit;
+    }
+    return static_cast<int32_t>(negative ? -value : value);
 }
 
 // A sum that wraps, so that a record full of nonsense has a result too.

@@ -53,6 +53,21 @@ std::string_view field_text(const char (&field)[N]) {
     return field_text(field, N);
 }
 
+// How many characters two texts begin with alike, and whether they are the same. Where most texts
+// differ in their first characters this is quicker than a call of strcmp.
+constexpr size_t common_length(const char *a, const char *b) {
+    size_t count = 0;
+    while (a[count] == b[count] && a[count] != '\0') {
+        count++;
+    }
+    return count;
+}
+
+constexpr bool same_text(const char *a, const char *b) {
+    size_t length = common_length(a, b);
+    return a[length] == b[length];
+}
+
 // The characters of ASCII alone, whatever the locale.
 constexpr bool is_digit(char c) {
     return c >= '0' && c <= '9';

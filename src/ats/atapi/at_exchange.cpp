@@ -111,9 +111,10 @@ bool lacks_arguments(const Member &member, const void *record, const void *value
     return (fills && record == nullptr) || (!member.arguments.empty() && values == nullptr);
 }
 
+// A value beyond the fields of its format has no name.
 const Field *find_field(std::span<const Field> fields, const char *name) {
     for (const Field &field : fields) {
-        if (safe_strcmp(field.name, name) == 0) {
+        if (name != nullptr && same_text(field.name, name)) {
             return &field;
         }
     }

@@ -58,10 +58,12 @@ void clear_answer(at_server_msg *message) {
 // Takes the next message of a type. What a short message lacks is zero, and its texts end within
 // their fields.
 bool receive(int32_t queue, int32_t type, int32_t timeout_ms, at_server_msg *message) {
-    *message = {};
-    if (osa_msgQex_recv(queue, message, kMessageSize, timeout_ms, type) == -1) {
+    int32_t got = osa_msgQex_recv(queue, message, kMessageSize, timeout_ms, type);
+    if (got == -1) {
         return false;
     }
+    size_t length = std::min(sizeof message->mtype + static_cast<size_t>(got), sizeof *message);
+    memset(reinterpret_cast<char *>(message) + length, 0, sizeof *message - length);
     message->match[sizeof message->match - 1] = '\0';
     message->report[sizeof message->report - 1] = '\0';
     return true;

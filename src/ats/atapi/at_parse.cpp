@@ -37,20 +37,10 @@ constexpr Column kColumns[] = {
 };
 static_assert(std::size(kColumns) == AT_ACTION_REPORT + 1);
 
-// How many characters two texts begin with alike.
-size_t alike(const char *a, const char *b) {
-    size_t count = 0;
-    while (a[count] == b[count] && a[count] != '\0') {
-        ++count;
-    }
-    return count;
-}
-
 // The first row with a key, null when the table has none.
 const at_cfg_handler *find_row(const at_cfg_handler *row, const char *name) {
     for (; row->AtName != nullptr; ++row) {
-        size_t same = alike(row->AtName, name);
-        if (row->AtName[same] == name[same]) {
+        if (hearth::same_text(row->AtName, name)) {
             return row;
         }
     }
@@ -144,7 +134,7 @@ int32_t parse_common_at_str(at_parse_result **result, const char *format, char *
         return AT_PARSE_MISMATCH;
     }
     // Most texts begin with it, which spares a search.
-    bool found = name[alike(text, name)] == '\0' || strstr(text, name) != nullptr;
+    bool found = name[hearth::common_length(text, name)] == '\0' || strstr(text, name) != nullptr;
     if (!found) {
         HEARTH_LOG(OSA_LOG_INFO, " not find the at name pid = %d\n", osa_task_getid());
         return parse_final_result(result, text);
