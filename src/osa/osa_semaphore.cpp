@@ -8,7 +8,7 @@
 namespace {
 
 sem_t *semaphore_of(uintptr_t handle) {
-    return reinterpret_cast<sem_t *>(handle);  // NOLINT(performance-no-int-to-ptr)
+    return reinterpret_cast<sem_t *>(handle);
 }
 
 // The text of a failed call, and its result.

@@ -3,6 +3,7 @@
 #include <stdio.h>
 #include <string.h>
 
+#include <algorithm>
 #include <string_view>
 
 #include "base/log.h"
@@ -35,7 +36,8 @@ int32_t convert_ip_to_string(const char *digits, char (&out)[kAddressSize]) {
         return -1;
     }
     char padded[kDigits + 1] = "00000000";
-    memcpy(padded + kDigits - strlen(digits), digits, strlen(digits));
+    size_t count = strlen(digits);
+    std::copy_n(digits, count, padded + kDigits - count);
     int32_t parts[4];
     for (size_t i = 0; i < 4; i++) {
         int32_t high = char_to_hex(&padded[2 * i]);

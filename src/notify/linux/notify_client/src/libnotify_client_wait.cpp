@@ -150,7 +150,7 @@ namespace hearth::notify {
 void reset_timeout_list() {
     MutexLock lock(lock_wait_timeout);
     while (!sdk_list_empty(&timeout_list)) {
-        unlist(entry_at(timeout_list.next));
+        unlist(entry_at(timeout_list.next));  // NOLINT(clang-analyzer-unix.Malloc): it is unlinked
     }
 }
 
