@@ -1,10 +1,10 @@
 // hearth-at-server: the AT server of the desk.
 
-#include <CLI/CLI.hpp>
 #include <csignal>
 #include <cstdio>
 #include <functional>
 
+#include "options.h"
 #include "recording.h"
 #include "scenario.h"
 #include "server.h"
@@ -89,21 +89,21 @@ int serve_recording(const std::string &path, const std::string &record) {
 }  // namespace
 
 int main(int count, char **arguments) {
-    CLI::App app{"AT server of the desk: answers the daemons' AT commands from a modem."};
+    hearth::options::CommandLine line(
+        "AT server of the desk: answers the daemons' AT commands from a modem.");
     std::string scenario;
     std::string tty;
-    auto *source = app.add_option_group("modem", "where the answers come from");
+    auto source = line.alternatives("modem", "where the answers come from");
     source
-        ->add_option("--scenario", scenario,
-                     "scenario file of the simulated modem; SIGHUP reads it again")
-        ->check(CLI::ExistingFile);
-    source->add_option("--tty", tty, "serial device or pseudo terminal of a real modem");
+        .option("--scenario", scenario,
+                "scenario file of the simulated modem; SIGHUP reads it again")
+        .existing_file();
+    source.option("--tty", tty, "serial device or pseudo terminal of a real modem");
     std::string replay;
-    source->add_option("--replay", replay, "recording to answer from")->check(CLI::ExistingFile);
-    source->require_option(1);
+    source.option("--replay", replay, "recording to answer from").existing_file();
     std::string record;
-    app.add_option("--record", record, "write what passes between the server and the modem here");
-    CLI11_PARSE(app, count, arguments);
+    line.option("--record", record, "write what passes between the server and the modem here");
+    line.parse_or_exit(count, arguments);
 
     try {
         if (!scenario.empty()) {

@@ -10,11 +10,11 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <csignal>
 #include <string>
 
+#include "options.h"
 #include "scenario.h"
 #include "sim_modem.h"
 
@@ -264,12 +264,13 @@ void serve(int fd, SimModem &modem) {
 }  // namespace
 
 int main(int count, char **arguments) {
-    CLI::App app{"The simulated modem on a pseudo terminal, whose name it prints."};
+    hearth::options::CommandLine line(
+        "The simulated modem on a pseudo terminal, whose name it prints.");
     std::string scenario;
     std::string link;
-    app.add_option("--scenario", scenario, "scenario file")->required()->check(CLI::ExistingFile);
-    app.add_option("--pty", link, "make this path a link to the terminal");
-    CLI11_PARSE(app, count, arguments);
+    line.option("--scenario", scenario, "scenario file").required().existing_file();
+    line.option("--pty", link, "make this path a link to the terminal");
+    line.parse_or_exit(count, arguments);
     try {
         SimModem modem(hearth::device::read_scenario(scenario));
         struct sigaction action = {};

@@ -1,12 +1,12 @@
 // hearth-soak: everything at once in one device root, for minutes, with random kills.
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <filesystem>
 #include <random>
 
 #include "hearth/config.h"
+#include "options.h"
 #include "soak/driver.h"
 #include "support/config_tree.h"
 #include "support/process.h"
@@ -54,12 +54,12 @@ void run_without_stores(char **arguments) {
 }  // namespace
 
 int main(int count, char **arguments) {
-    CLI::App app{"Everything at once in one device root, with random kills."};
+    hearth::options::CommandLine line("Everything at once in one device root, with random kills.");
     double minutes = 2;
     uint32_t seed = std::random_device{}();
-    app.add_option("--minutes", minutes, "how long")->check(CLI::PositiveNumber);
-    app.add_option("--seed", seed, "what the random choices begin with");
-    CLI11_PARSE(app, count, arguments);
+    line.option("--minutes", minutes, "how long").positive();
+    line.option("--seed", seed, "what the random choices begin with");
+    line.parse_or_exit(count, arguments);
     if (access("/var/run/pidfile", W_OK) != 0) {
         fprintf(stderr, "soak: run me by hearth-root\n");
         return 2;

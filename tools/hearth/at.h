@@ -16,7 +16,7 @@ void expect_at(const std::string &what, int32_t result, uint32_t err);
 void expect_at(const std::string &what, int32_t result, int32_t err = -2);
 
 // Lets an option take telephone numbers alone.
-CLI::Option *check_number(CLI::Option *option);
+Option check_number(Option option);
 
 // A text of a record, wherever it ends.
 template <size_t N>

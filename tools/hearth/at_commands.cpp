@@ -36,9 +36,9 @@ void expect_at(const std::string &what, int32_t result, int32_t err) {
     expect_at(what, result, static_cast<uint32_t>(err));
 }
 
-CLI::Option *check_number(CLI::Option *option) {
-    return option->check(
-        [](const std::string &text) {
+Option check_number(Option option) {
+    return option.check(
+        [](const std::string &text) -> std::string {
             size_t sign = text.rfind('+', 0) == 0 ? 1 : 0;
             bool good = text.size() > sign && text.size() <= sign + 20 &&
                         text.find_first_not_of("0123456789*#abcABC", sign) == std::string::npos;
@@ -230,27 +230,22 @@ void run_operators(const NoOptions &) {
 
 }  // namespace
 
-void add_at_commands(CLI::App &app) {
-    CLI::App *at = app.add_subcommand("at", "ask the modem, through the AT server");
-    at->require_subcommand(1);
+void add_at_commands(Command app) {
+    Command at = app.group("at", "ask the modem, through the AT server");
 
-    CLI::App *raw = at->add_subcommand("raw", "send one command and print what comes back");
+    Command raw = at.command("raw", "send one command and print what comes back");
     RawOptions &options = on_run(raw, run_raw);
-    raw->add_option("COMMAND", options.command, "command line, such as AT+CSQ")->required();
-    raw->add_option("--match", options.match, "text of the line that is wanted, such as +CSQ:");
-    raw->add_option("--timeout", options.timeout, "seconds to wait")
-        ->check(CLI::Range(1, 600))
-        ->capture_default_str();
-    raw->add_flag("--one-line", options.one_line, "ask for the matching line alone")
-        ->needs("--match");
+    raw.option("COMMAND", options.command, "command line, such as AT+CSQ").required();
+    Option match =
+        raw.option("--match", options.match, "text of the line that is wanted, such as +CSQ:");
+    raw.option("--timeout", options.timeout, "seconds to wait").range(1, 600).show_default();
+    raw.flag("--one-line", options.one_line, "ask for the matching line alone").needs(match);
 
-    on_run(at->add_subcommand("status", "SIM, registration, operator and signal"), run_status);
-    on_run(at->add_subcommand("operators", "search for operators; takes up to 4 minutes"),
-           run_operators);
-    add_sms_commands(*at);
-
-    add_phonebook_commands(*at);
-    add_pin_commands(*at);
+    on_run(at.command("status", "SIM, registration, operator and signal"), run_status);
+    on_run(at.command("operators", "search for operators; takes up to 4 minutes"), run_operators);
+    add_sms_commands(at);
+    add_phonebook_commands(at);
+    add_pin_commands(at);
 }
 
 }  // namespace hearth::tool

@@ -66,11 +66,11 @@ struct Body {
     }
 };
 
-void add_body(CLI::App *command, Body &body) {
-    command->add_option("--text", body.text, "text to send, with a zero byte behind it");
-    command->add_option("--hex", body.hex, "bytes to send, hexadecimal");
-    command->add_option("--u32", body.words, "32-bit values to send: 1,2,3")->delimiter(',');
-    explain(command, "--text, --hex and --u32 go one behind the other in this order.");
+void add_body(Command command, Body &body) {
+    command.option("--text", body.text, "text to send, with a zero byte behind it");
+    command.option("--hex", body.hex, "bytes to send, hexadecimal");
+    command.option("--u32", body.words, "32-bit values to send: 1,2,3").separator(',');
+    command.explain("--text, --hex and --u32 go one behind the other in this order.");
 }
 
 // A body as hexadecimal text, and as text where it is one.
@@ -385,65 +385,59 @@ void run_listen(const ListenOptions &options) {
     }
 }
 
-CLI::Option *add_module(CLI::App *command, const char *name, uint32_t &module, const char *text) {
-    return command->add_option(name, module, text)
-        ->check(CLI::Range(1, static_cast<int>(NOTIFY_MID_MAX)));
+Option add_module(Command command, const char *name, uint32_t &module, const char *text) {
+    return command.option(name, module, text).range(1, NOTIFY_MID_MAX);
 }
 
-void add_as(CLI::App *command, uint32_t &module) {
+void add_as(Command command, uint32_t &module) {
     add_module(command, "--as", module,
                "id of this tool on the bus; a daemon that has it loses it until it comes back")
-        ->capture_default_str();
+        .show_default();
 }
 
 }  // namespace
 
-void add_bus_commands(CLI::App &app) {
-    CLI::App *bus = app.add_subcommand("bus", "the local message bus");
-    bus->require_subcommand(1);
+void add_bus_commands(Command app) {
+    Command bus = app.group("bus", "the local message bus");
 
-    CLI::App *listen =
-        bus->add_subcommand("listen", "stand on the bus as modules, and print what comes for them");
+    Command listen =
+        bus.command("listen", "stand on the bus as modules, and print what comes for them");
     ListenOptions &listening = on_run(listen, run_listen);
-    listen->add_option("MODULES", listening.modules, "ids, 1 to 54; a daemon loses an id it has")
-        ->required()
-        ->check(CLI::Range(1, static_cast<int>(NOTIFY_MID_MAX)));
-    listen->add_option("--count", listening.count, "end after so many requests and notifications");
-    listen->add_option("--seconds", listening.seconds, "end after this time");
-    listen->add_option("--result", listening.result, "result that requests get")
-        ->capture_default_str();
+    listen.option("MODULES", listening.modules, "ids, 1 to 54; a daemon loses an id it has")
+        .required()
+        .range(1, NOTIFY_MID_MAX);
+    listen.option("--count", listening.count, "end after so many requests and notifications");
+    listen.option("--seconds", listening.seconds, "end after this time");
+    listen.option("--result", listening.result, "result that requests get").show_default();
     add_body(listen, listening.answer);
 
-    CLI::App *call = bus->add_subcommand("call", "send a request and print its answer");
+    Command call = bus.command("call", "send a request and print its answer");
     CallOptions &calling = on_run(call, run_call);
-    add_module(call, "MODULE", calling.module, "destination, 1 to 54")->required();
-    call->add_option("MESSAGE", calling.message, "command, a number")->required();
+    add_module(call, "MODULE", calling.module, "destination, 1 to 54").required();
+    call.option("MESSAGE", calling.message, "command, a number").required();
     add_body(call, calling.body);
-    call->add_option("--room", calling.room, "bytes of answer that are taken")
-        ->check(CLI::Range(0, 1 << 20))
-        ->capture_default_str();
-    call->add_option("--timeout", calling.timeout, "seconds to wait")
-        ->check(CLI::Range(1, 240))
-        ->capture_default_str();
+    call.option("--room", calling.room, "bytes of answer that are taken")
+        .range(0, 1 << 20)
+        .show_default();
+    call.option("--timeout", calling.timeout, "seconds to wait").range(1, 240).show_default();
     add_as(call, calling.as);
 
-    CLI::App *post = bus->add_subcommand("post", "send a notification; nothing tells its arrival");
+    Command post = bus.command("post", "send a notification; nothing tells its arrival");
     PostOptions &posting = on_run(post, run_post);
-    post->add_option("MODULE", posting.module, "destination, 1 to 54, or \"all\"")->required();
-    post->add_option("MESSAGE", posting.message, "event, a number")->required();
-    post->add_option("VALUES", posting.values, "two 32-bit values")->expected(0, 2);
-    post->add_option("--text", posting.text, "first buffer: a text with a zero byte behind it");
-    post->add_option("--hex", posting.hex, "second buffer, or the only one: hexadecimal bytes");
+    post.option("MODULE", posting.module, "destination, 1 to 54, or \"all\"").required();
+    post.option("MESSAGE", posting.message, "event, a number").required();
+    post.option("VALUES", posting.values, "two 32-bit values").count(0, 2);
+    post.option("--text", posting.text, "first buffer: a text with a zero byte behind it");
+    post.option("--hex", posting.hex, "second buffer, or the only one: hexadecimal bytes");
 
     add_as(post, posting.as);
 
-    CLI::App *modules =
-        bus->add_subcommand("modules", "find out which modules and processes are on the bus");
+    Command modules = bus.command("modules", "find out which modules and processes are on the bus");
     ModulesOptions &asking = on_run(modules, run_modules);
     modules
-        ->add_option("--message", asking.message,
-                     "what each module is asked, with 4096 zero bytes; one that none knows")
-        ->capture_default_str();
+        .option("--message", asking.message,
+                "what each module is asked, with 4096 zero bytes; one that none knows")
+        .show_default();
     add_as(modules, asking.as);
 }
 

@@ -1,5 +1,7 @@
 // hearth completion: the shell's completion, made from the commands as they are.
 
+#include <optional>
+
 #include "tool.h"
 
 namespace hearth::tool {
@@ -8,38 +10,34 @@ namespace {
 
 struct CompletionOptions {
     std::string shell;
-    const CLI::App *app = nullptr;
+    std::optional<Command> app;
 };
 
 // Long option names and subcommands of one command.
-std::string words_of(const CLI::App &command) {
+std::string words_of(Command command) {
     std::string words;
-    for (const CLI::App *sub : command.get_subcommands([](const CLI::App *) { return true; })) {
-        words += sub->get_name() + " ";
+    for (Command sub : command.commands()) {
+        words += sub.name() + " ";
     }
-    for (const CLI::Option *option : command.get_options()) {
-        for (const std::string &name : option->get_lnames()) {
-            words += "--" + name + " ";
-        }
+    for (const std::string &name : command.long_options()) {
+        words += "--" + name + " ";
     }
     return words + "--json --verbose";
 }
 
 // A line of each case statement for a command and all below it.
-void collect(const CLI::App &command, const std::string &path, std::string &known,
-             std::string &words) {
-    words += "        \"" + path + "\") words=\"" + words_of(command) + "\" ;;\n";
-    for (const CLI::App *sub : command.get_subcommands([](const CLI::App *) { return true; })) {
-        std::string below = path + " " + sub->get_name();
-        known += (known.empty() ? "            \"" : " | \\\n            \"") + below + "\"";
-        collect(*sub, below, known, words);
+void collect(Command command, std::string &known, std::string &words) {
+    words += "        \"" + command.path() + "\") words=\"" + words_of(command) + "\" ;;\n";
+    for (Command sub : command.commands()) {
+        known += (known.empty() ? "            \"" : " | \\\n            \"") + sub.path() + "\"";
+        collect(sub, known, words);
     }
 }
 
 void run_completion(const CompletionOptions &options) {
     std::string known;
     std::string words;
-    collect(*options.app, "hearth", known, words);
+    collect(*options.app, known, words);
     show_text(
         "# bash completion: source <(hearth completion bash)\n"
         "_hearth() {\n"
@@ -60,16 +58,12 @@ void run_completion(const CompletionOptions &options) {
 
 }  // namespace
 
-void add_completion_command(CLI::App &app) {
-    CLI::App *completion =
-        app.add_subcommand("completion",
-                           "print a shell's completion: source <(hearth completion "
-                           "bash)");
+void add_completion_command(Command app) {
+    Command completion =
+        app.command("completion", "print a shell's completion: source <(hearth completion bash)");
     CompletionOptions &options = on_run(completion, run_completion);
-    options.app = &app;
-    completion->add_option("SHELL", options.shell, "bash")
-        ->required()
-        ->check(CLI::IsMember(std::vector<std::string>{"bash"}));
+    options.app = app;
+    completion.option("SHELL", options.shell, "bash").required().one_of({"bash"});
 }
 
 }  // namespace hearth::tool

@@ -184,36 +184,33 @@ void run_layers(const ItemOptions &options) {
     }
 }
 
-CLI::App *add_item_command(CLI::App *config, const char *name, const char *text,
-                           void (*run)(const ItemOptions &), bool with_value = false) {
-    CLI::App *command = config->add_subcommand(name, text);
+Command add_item_command(Command config, const char *name, const char *text,
+                         void (*run)(const ItemOptions &), bool with_value = false) {
+    Command command = config.command(name, text);
     ItemOptions &options = on_run(command, run);
-    command->add_option("DIRECTORY", options.directory, "directory key, such as wlan")->required();
-    command->add_option("ITEM", options.item, "item, such as ssid, or config.dhcp.start")
-        ->required();
+    command.option("DIRECTORY", options.directory, "directory key, such as wlan").required();
+    command.option("ITEM", options.item, "item, such as ssid, or config.dhcp.start").required();
     if (with_value) {
-        command->add_option("VALUE", options.value, "text to store")->required();
+        command.option("VALUE", options.value, "text to store").required();
     } else {
-        command->add_option("--file", options.file, "file name")->capture_default_str();
+        command.option("--file", options.file, "file name").show_default();
     }
     return command;
 }
 
 }  // namespace
 
-void add_config_commands(CLI::App &app) {
-    CLI::App *config = app.add_subcommand("config", "read and write settings");
-    config->require_subcommand(1);
+void add_config_commands(Command app) {
+    Command config = app.group("config", "read and write settings");
     add_item_command(config, "get", "print a setting, as a daemon would read it", run_get);
     add_item_command(config, "set", "store a setting in the user data", run_set, true);
     add_item_command(config, "layers", "show which layer answers (*) and what the others hold",
                      run_layers);
 
-    CLI::App *path =
-        config->add_subcommand("path", "print the path of the first layer's file that exists");
+    Command path = config.command("path", "print the path of the first layer's file that exists");
     ItemOptions &options = on_run(path, run_path);
-    path->add_option("DIRECTORY", options.directory, "directory key")->required();
-    path->add_option("FILE", options.file, "file name")->capture_default_str();
+    path.option("DIRECTORY", options.directory, "directory key").required();
+    path.option("FILE", options.file, "file name").show_default();
 }
 
 }  // namespace hearth::tool

@@ -99,22 +99,20 @@ void run_recording_show(const FileOptions &options) {
     show(rows);
 }
 
-void add_command(CLI::App *group, const char *name, const char *text,
+void add_command(Command group, const char *name, const char *text,
                  void (*run)(const FileOptions &)) {
-    CLI::App *command = group->add_subcommand(name, text);
-    command->add_option("FILE", on_run(command, run).path, "the file")->required();
+    Command command = group.command(name, text);
+    command.option("FILE", on_run(command, run).path, "the file").required();
 }
 
 }  // namespace
 
-void add_desk_commands(CLI::App &app) {
-    CLI::App *scenario = app.add_subcommand("scenario", "files that drive the simulated modem");
-    scenario->require_subcommand(1);
+void add_desk_commands(Command app) {
+    Command scenario = app.group("scenario", "files that drive the simulated modem");
     add_command(scenario, "check", "tell what a scenario has, or what is wrong with it",
                 run_scenario_check);
 
-    CLI::App *recording = app.add_subcommand("recording", "what hearth-at-server has recorded");
-    recording->require_subcommand(1);
+    Command recording = app.group("recording", "what hearth-at-server has recorded");
     add_command(recording, "check", "tell what a recording has, or what is wrong with it",
                 run_recording_check);
     add_command(recording, "show", "print what passed, in its order", run_recording_show);

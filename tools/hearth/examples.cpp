@@ -68,20 +68,20 @@ std::string example_of(const std::string &path) {
     return "";
 }
 
-void add_below(CLI::App &command, const std::string &path) {
-    for (CLI::App *sub : command.get_subcommands([](CLI::App *) { return true; })) {
-        std::string below = path + (path.empty() ? "" : " ") + sub->get_name();
+void add_below(Command command, const std::string &path) {
+    for (Command sub : command.commands()) {
+        std::string below = path + (path.empty() ? "" : " ") + sub.name();
         std::string example = example_of(below);
         if (!example.empty()) {
-            explain(sub, example);
+            sub.explain(example);
         }
-        add_below(*sub, below);
+        add_below(sub, below);
     }
 }
 
 }  // namespace
 
-void add_examples(CLI::App &app) {
+void add_examples(Command app) {
     add_below(app, "");
 }
 

@@ -58,20 +58,19 @@ void run_uncompress(const GzOptions &options) {
     run(options, "uncompress", cl_gz_uncompressFile);
 }
 
-void add_command(CLI::App *gz, const char *name, const char *text,
+void add_command(Command gz, const char *name, const char *text,
                  void (*command_run)(const GzOptions &)) {
-    CLI::App *command = gz->add_subcommand(name, text);
+    Command command = gz.command(name, text);
     GzOptions &options = on_run(command, command_run);
-    command->add_option("SOURCE", options.source, "file to read")->required();
-    command->add_option("TARGET", options.target, "file to write")->required();
-    command->add_flag("--force", options.force, "replace the target");
+    command.option("SOURCE", options.source, "file to read").required();
+    command.option("TARGET", options.target, "file to write").required();
+    command.flag("--force", options.force, "replace the target");
 }
 
 }  // namespace
 
-void add_gz_commands(CLI::App &app) {
-    CLI::App *gz = app.add_subcommand("gz", "gzip files");
-    gz->require_subcommand(1);
+void add_gz_commands(Command app) {
+    Command gz = app.group("gz", "gzip files");
     add_command(gz, "compress", "compress a file", run_compress);
     add_command(gz, "uncompress", "uncompress a file; one that is not compressed is copied",
                 run_uncompress);

@@ -357,29 +357,25 @@ void run_level(const LevelOptions &options) {
 
 }  // namespace
 
-void add_log_commands(CLI::App &app) {
-    CLI::App *log = app.add_subcommand("log", "the log of all processes");
-    log->require_subcommand(1);
+void add_log_commands(Command app) {
+    Command log = app.group("log", "the log of all processes");
 
-    CLI::App *tail = log->add_subcommand("tail", "print the log's last lines");
+    Command tail = log.command("tail", "print the log's last lines");
     TailOptions &tailing = on_run(tail, run_tail);
-    tail->add_option("FILES", tailing.files,
-                     "files to read; the log and those of the desk's processes without any");
-    tail->add_option("-n,--lines", tailing.lines, "lines of each file")->capture_default_str();
-    tail->add_flag("-f,--follow", tailing.follow, "go on with what is written from now on");
-    tail->add_option("--module", tailing.module, "lines of this module alone");
-    tail->add_option("--level", tailing.level, kLevelHelp)->capture_default_str();
+    tail.option("FILES", tailing.files,
+                "files to read; the log and those of the desk's processes without any");
+    tail.option("-n,--lines", tailing.lines, "lines of each file").show_default();
+    tail.flag("-f,--follow", tailing.follow, "go on with what is written from now on");
+    tail.option("--module", tailing.module, "lines of this module alone");
+    tail.option("--level", tailing.level, kLevelHelp).show_default();
 
-    CLI::App *level =
-        log->add_subcommand("level", "show what is logged, or change it for all processes");
+    Command level = log.command("level", "show what is logged, or change it for all processes");
     LevelOptions &levels = on_run(level, run_level);
-    CLI::Option *module = level->add_option(
-        "MODULE", levels.module, "module, such as ats; default for those without an entry");
-    level->add_option("LEVEL", levels.level, kLevelHelp)->needs(module);
-    level->add_option("--where", levels.where, "sum of 1 output, 2 file, 4 operations log")
-        ->check(CLI::Range(0, 7));
-    level->add_option("--size", levels.size, "KiB at which the file is begun anew")
-        ->check(CLI::Range(1, 1 << 20));
+    Option module = level.option("MODULE", levels.module,
+                                 "module, such as ats; default for those without an entry");
+    level.option("LEVEL", levels.level, kLevelHelp).needs(module);
+    level.option("--where", levels.where, "sum of 1 output, 2 file, 4 operations log").range(0, 7);
+    level.option("--size", levels.size, "KiB at which the file is begun anew").range(1, 1 << 20);
 }
 
 }  // namespace hearth::tool

@@ -1,14 +1,15 @@
 // hearth: the library from the command line.
 
 #include <algorithm>
-#include <cstring>
-#include <sstream>
 
 #include "tool.h"
 
 namespace {
 
 using namespace hearth::tool;
+using hearth::options::Asked;
+using hearth::options::CommandLine;
+using hearth::options::WrongLine;
 
 constexpr const char *kFooter =
     "Behind every command: --json prints one JSON document, for a failure {\"error\": ...};\n"
@@ -24,53 +25,32 @@ int tell(const Failure &failure) {
     return failure.status;
 }
 
-// The command that the line had come to when it went wrong.
-const CLI::App &reached(const CLI::App &app) {
-    std::vector<CLI::App *> below = app.get_subcommands();
-    return below.empty() ? app : reached(*below.front());
-}
-
-std::string path_of(const CLI::App &command) {
-    const CLI::App *parent = command.get_parent();
-    return (parent == nullptr ? "" : path_of(*parent) + " ") + command.get_name();
-}
-
-std::string names_below(const CLI::App &command) {
+std::string names_below(Command command) {
     std::string names;
-    for (const CLI::App *sub : command.get_subcommands([](const CLI::App *) { return true; })) {
-        names += (names.empty() ? "" : ", ") + sub->get_name();
+    for (Command sub : command.commands()) {
+        names += (names.empty() ? "" : ", ") + sub.name();
     }
     return names;
 }
 
 // What is wrong, and what was expected.
-Failure explained(const CLI::App &app, const CLI::App &command, const CLI::ParseError &error) {
-    std::string names = names_below(command);
-    std::string what = error.what();
+std::string explained(const WrongLine &wrong) {
+    std::string names = names_below(wrong.command);
+    std::string what = wrong.what();
     if (!names.empty()) {
-        std::vector<std::string> unknown = app.remaining(true);
-        what = (unknown.empty() ? "a command is missing"
-                                : "there is no command \"" + unknown[0] + "\"") +
+        what = (wrong.unexpected.empty() ? "a command is missing"
+                                         : "there is no command \"" + wrong.unexpected[0] + "\"") +
                ", expected one of " + names;
     }
-    bool root = command.get_parent() == nullptr;
-    return Failure((root ? "" : path_of(command).substr(strlen("hearth ")) + ": ") + what,
-                   kExitUsage);
+    // The program's name stands in front of every message.
+    size_t name = wrong.command.path().find(' ');
+    return (name == std::string::npos ? "" : wrong.command.path().substr(name + 1) + ": ") + what;
 }
 
-// Help goes to standard output, a wrong command line to standard error.
-int tell(const CLI::App &app, const CLI::ParseError &error) {
-    std::ostringstream out;
-    std::ostringstream err;
-    int status = app.exit(error, out, err);
-    show_text(out.str());
-    if (status == 0) {
-        return kExitOk;
-    }
-    const CLI::App &command = reached(app);
-    tell(explained(app, command, error));
+int tell(const WrongLine &wrong) {
+    tell(Failure(explained(wrong), kExitUsage));
     if (!json_wanted()) {
-        fprintf(stderr, "%s --help tells more\n", path_of(command).c_str());
+        fprintf(stderr, "%s --help tells more\n", wrong.command.path().c_str());
     }
     return kExitUsage;
 }
@@ -84,15 +64,14 @@ int main(int count, char **arguments) {
     };
     take_standard_output(told("--verbose"));
     set_json(told("--json"));
-    CLI::App app{"The platform library from the command line.", "hearth"};
-    app.footer(kFooter);
-    app.set_version_flag("--version", HEARTH_VERSION, "print the version");
-    app.require_subcommand(1);
-    app.fallthrough();
+    CommandLine app("The platform library from the command line.", "hearth");
+    app.explain(kFooter);
+    app.version(HEARTH_VERSION);
+    app.require_command();
     bool json = false;
     bool verbose = false;
-    app.add_flag("--json", json, "print one JSON document, for scripts");
-    app.add_flag("--verbose", verbose, "show on standard error what the library prints");
+    app.flag("--json", json, "print one JSON document, for scripts");
+    app.flag("--verbose", verbose, "show on standard error what the library prints");
     add_at_commands(app);
     add_config_commands(app);
     add_table_commands(app);
@@ -106,8 +85,10 @@ int main(int count, char **arguments) {
     add_examples(app);
     try {
         app.parse(count, arguments);
-    } catch (const CLI::ParseError &error) {
-        return tell(app, error);
+    } catch (const Asked &asked) {
+        show_text(asked.answer);
+    } catch (const WrongLine &wrong) {
+        return tell(wrong);
     } catch (const Failure &failure) {
         return tell(failure);
     } catch (const Quiet &quiet) {

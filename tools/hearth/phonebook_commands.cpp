@@ -169,35 +169,32 @@ void run_delete(const PhonebookOptions &options) {
     show({{"deleted", options.index}});
 }
 
-void add_contact(CLI::App *command, PhonebookOptions &options) {
-    check_number(command->add_option("NUMBER", options.number, "telephone number")->required());
-    command->add_option("NAME", options.name, "the contact's name")->required();
+void add_contact(Command command, PhonebookOptions &options) {
+    check_number(command.option("NUMBER", options.number, "telephone number").required());
+    command.option("NAME", options.name, "the contact's name").required();
 }
 
-void add_index(CLI::App *command, PhonebookOptions &options, const char *text, bool required) {
-    command->add_option("INDEX", options.index, text)
-        ->check(CLI::Range(1, 65535))
-        ->required(required);
+void add_index(Command command, PhonebookOptions &options, const char *text, bool required) {
+    command.option("INDEX", options.index, text).range(1, 65535).required(required);
 }
 
 }  // namespace
 
-void add_phonebook_commands(CLI::App &at) {
-    CLI::App *phonebook = at.add_subcommand("phonebook", "the SIM's phonebook");
-    phonebook->require_subcommand(1);
+void add_phonebook_commands(Command at) {
+    Command phonebook = at.group("phonebook", "the SIM's phonebook");
 
-    CLI::App *get = phonebook->add_subcommand("get", "one entry, or all of them");
+    Command get = phonebook.command("get", "one entry, or all of them");
     add_index(get, on_run(get, run_get), "place of the entry; all without it", false);
 
-    CLI::App *add = phonebook->add_subcommand("add", "write an entry at the first free place");
+    Command add = phonebook.command("add", "write an entry at the first free place");
     add_contact(add, on_run(add, run_set));
 
-    CLI::App *set = phonebook->add_subcommand("set", "write an entry, over what is there");
+    Command set = phonebook.command("set", "write an entry, over what is there");
     PhonebookOptions &entry = on_run(set, run_set);
     add_index(set, entry, "place of the entry", true);
     add_contact(set, entry);
 
-    CLI::App *remove = phonebook->add_subcommand("delete", "delete an entry");
+    Command remove = phonebook.command("delete", "delete an entry");
     add_index(remove, on_run(remove, run_delete), "place of the entry", true);
 }
 

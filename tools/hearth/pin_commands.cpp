@@ -72,23 +72,21 @@ void run_pin_enter(const PinOptions &options) {
     run_pin_status({});
 }
 
-void check_digits(CLI::Option *option) {
-    option->check(digits_problem, "4 to 8 digits");
+void check_digits(Option option) {
+    option.check(digits_problem, "4 to 8 digits");
 }
 
 }  // namespace
 
-void add_pin_commands(CLI::App &at) {
-    CLI::App *pin = at.add_subcommand("pin", "the SIM's PIN");
-    pin->require_subcommand(1);
-    on_run(pin->add_subcommand("status", "what the SIM waits for, and the tries left"),
-           run_pin_status);
-    CLI::App *enter = pin->add_subcommand(
-        "enter", "enter the PIN, or the PUK with a new PIN; a wrong one costs a try");
+void add_pin_commands(Command at) {
+    Command pin = at.group("pin", "the SIM's PIN");
+    on_run(pin.command("status", "what the SIM waits for, and the tries left"), run_pin_status);
+    Command enter =
+        pin.command("enter", "enter the PIN, or the PUK with a new PIN; a wrong one costs a try");
     PinOptions &options = on_run(enter, run_pin_enter);
-    check_digits(enter->add_option("PIN", options.pin,
-                                   "PIN, or PUK; without it you are asked, and it is not shown"));
-    check_digits(enter->add_option("--new", options.new_pin, "new PIN, behind a PUK"));
+    check_digits(enter.option("PIN", options.pin,
+                              "PIN, or PUK; without it you are asked, and it is not shown"));
+    check_digits(enter.option("--new", options.new_pin, "new PIN, behind a PUK"));
 }
 
 }  // namespace hearth::tool

@@ -217,41 +217,37 @@ void run_delete(const DeleteOptions &options) {
 
 }  // namespace
 
-void add_sms_commands(CLI::App &at) {
-    CLI::App *sms = at.add_subcommand("sms", "short messages in the modem");
-    sms->require_subcommand(1);
+void add_sms_commands(Command at) {
+    Command sms = at.group("sms", "short messages in the modem");
 
-    CLI::App *list =
-        sms->add_subcommand("list", "all messages of the memory in use; marks them as read");
-    list->add_flag("--pdu", on_run(list, run_list).pdu, "show the PDUs too");
+    Command list = sms.command("list", "all messages of the memory in use; marks them as read");
+    list.flag("--pdu", on_run(list, run_list).pdu, "show the PDUs too");
 
-    CLI::App *read =
-        sms->add_subcommand("read", "one message; of a text in parts, all that are there");
-    read->add_option("INDEX", on_run(read, run_read).index, "place of the message")
-        ->required()
-        ->check(CLI::Range(1, 65535));
+    Command read = sms.command("read", "one message; of a text in parts, all that are there");
+    read.option("INDEX", on_run(read, run_read).index, "place of the message")
+        .required()
+        .range(1, 65535);
 
-    CLI::App *send =
-        sms->add_subcommand("send", "send a text, in several messages when it is too long for one");
+    Command send =
+        sms.command("send", "send a text, in several messages when it is too long for one");
     SendOptions &message = on_run(send, run_send);
-    check_number(send->add_option("NUMBER", message.number, "receiver")->required());
-    send->add_option("TEXT", message.text, "the text")->required();
-    send->add_flag("--store", message.store, "store it unsent instead");
-    explain(send,
-            "A message holds 160 characters of the GSM alphabet, or 70 of UCS-2 when the text has\n"
-            "others; messages of a longer text hold 153, or 67.");
+    check_number(send.option("NUMBER", message.number, "receiver").required());
+    send.option("TEXT", message.text, "the text").required();
+    send.flag("--store", message.store, "store it unsent instead");
+    send.explain(
+        "A message holds 160 characters of the GSM alphabet, or 70 of UCS-2 when the text has\n"
+        "others; messages of a longer text hold 153, or 67.");
 
-    CLI::App *send_pdu = sms->add_subcommand("send-pdu", "send a message that is a PDU already");
+    Command send_pdu = sms.command("send-pdu", "send a message that is a PDU already");
     SendPduOptions &pdu = on_run(send_pdu, run_send_pdu);
-    send_pdu->add_option("PDU", pdu.pdu, "hexadecimal, from the service centre's address on (00)")
-        ->required();
-    send_pdu->add_flag("--store", pdu.store, "store it unsent instead");
+    send_pdu.option("PDU", pdu.pdu, "hexadecimal, from the service centre's address on (00)")
+        .required();
+    send_pdu.flag("--store", pdu.store, "store it unsent instead");
 
-    CLI::App *remove = sms->add_subcommand("delete", "delete a message");
+    Command remove = sms.command("delete", "delete a message");
     DeleteOptions &deletion = on_run(remove, run_delete);
-    CLI::Option *index = remove->add_option("INDEX", deletion.index, "place of the message")
-                             ->check(CLI::Range(1, 65535));
-    remove->add_flag("--all", deletion.all, "all messages of the memory in use")->excludes(index);
+    Option index = remove.option("INDEX", deletion.index, "place of the message").range(1, 65535);
+    remove.flag("--all", deletion.all, "all messages of the memory in use").excludes(index);
 }
 
 }  // namespace hearth::tool

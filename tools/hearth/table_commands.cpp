@@ -270,87 +270,82 @@ void run_journal(const TableOptions &options) {
     show(journal);
 }
 
-void add_layout(CLI::App *command, TableOptions &options, bool required) {
-    CLI::Option *layout =
-        command
-            ->add_option("--layout", options.layout,
-                         "fields of a record, such as \"u32 index, text[24] number\"; types are "
-                         "u8 to u64, s8 to s64, text[N], wide[N] (16-bit units), bytes[N], pad[N]")
-            ->envname("HEARTH_LAYOUT");
-    layout->required(required);
-    command->add_flag("--packed", options.packed,
-                      "fields lie back to back, not as a C compiler lays them");
-}
-
-TableOptions &add_command(CLI::App *table, const char *name, const char *text,
-                          void (*run)(const TableOptions &), CLI::App **out) {
-    *out = table->add_subcommand(name, text);
-    TableOptions &options = on_run(*out, run);
-    (*out)->add_option("FILE", options.path, "the table's file")->required();
-    return options;
-}
-
-void add_where(CLI::App *command, TableOptions &options) {
+void add_layout(Command command, TableOptions &options, bool required) {
     command
-        ->add_option("--where", options.where,
-                     "FIELD=VALUE that a record must have; may be told several times")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll)
-        ->take_all();
+        .option("--layout", options.layout,
+                "fields of a record, such as \"u32 index, text[24] number\"; types are "
+                "u8 to u64, s8 to s64, text[N], wide[N] (16-bit units), bytes[N], pad[N]")
+        .from_environment("HEARTH_LAYOUT")
+        .required(required);
+    command.flag("--packed", options.packed,
+                 "fields lie back to back, not as a C compiler lays them");
+}
+
+void add_where(Command command, TableOptions &options) {
+    command
+        .option("--where", options.where,
+                "FIELD=VALUE that a record must have; may be told several times")
+        .one_at_a_time();
+}
+
+struct TableCommand {
+    Command command;
+    TableOptions &options;
+};
+
+TableCommand add_command(Command table, const char *name, const char *text,
+                         void (*run)(const TableOptions &)) {
+    Command command = table.command(name, text);
+    TableOptions &options = on_run(command, run);
+    command.option("FILE", options.path, "the table's file").required();
+    return {command, options};
 }
 
 }  // namespace
 
-void add_table_commands(CLI::App &app) {
-    CLI::App *table = app.add_subcommand("table", "look into tables, and change them");
-    table->require_subcommand(1);
-    explain(table, "Change a table only while no daemon holds it open.");
-    CLI::App *command = nullptr;
+void add_table_commands(Command app) {
+    Command table = app.group("table", "look into tables, and change them");
+    table.explain("Change a table only while no daemon holds it open.");
 
-    TableOptions &create =
-        add_command(table, "create", "make an empty table", run_create, &command);
-    add_layout(command, create, true);
-    command->add_option("--max", create.max_records, "most records that it holds")
-        ->check(CLI::Range(1, static_cast<int>(MDBL_MAX_RECORDS)))
-        ->capture_default_str();
-    command->add_flag("--preallocate", create.preallocate, "the file has all slots from the start");
+    auto [create, creating] = add_command(table, "create", "make an empty table", run_create);
+    add_layout(create, creating, true);
+    create.option("--max", creating.max_records, "most records that it holds")
+        .range(1, MDBL_MAX_RECORDS)
+        .show_default();
+    create.flag("--preallocate", creating.preallocate, "the file has all slots from the start");
+    create.flag("--replace", creating.replace,
+                "replace a table of other sizes, with all its records");
 
-    command->add_flag("--replace", create.replace,
-                      "replace a table of other sizes, with all its records");
+    add_command(table, "info", "sizes and counts", run_info);
 
-    add_command(table, "info", "sizes and counts", run_info, &command);
+    auto [dump, dumping] = add_command(table, "dump", "print the records", run_dump);
+    add_layout(dump, dumping, false);
+    add_where(dump, dumping);
+    dump.explain("Without --layout records are shown in hexadecimal.");
+    dump.option("--order", dumping.order, "field to sort by; -FIELD for descending");
+    dump.option("--limit", dumping.limit, "most records that are printed");
 
-    TableOptions &dump = add_command(table, "dump", "print the records", run_dump, &command);
-    add_layout(command, dump, false);
-    add_where(command, dump);
-    explain(command, "Without --layout records are shown in hexadecimal.");
-    command->add_option("--order", dump.order, "field to sort by; -FIELD for descending");
-    command->add_option("--limit", dump.limit, "most records that are printed");
+    auto [insert, inserting] = add_command(table, "insert", "add a record", run_insert);
+    insert.option("VALUES", inserting.values, "FIELD=VALUE; what is not told is zero").required();
+    add_layout(insert, inserting, true);
 
-    TableOptions &insert = add_command(table, "insert", "add a record", run_insert, &command);
-    command->add_option("VALUES", insert.values, "FIELD=VALUE; what is not told is zero")
-        ->required();
-    add_layout(command, insert, true);
+    auto [update, updating] = add_command(table, "update", "change fields of records", run_update);
+    update.option("VALUES", updating.values, "FIELD=VALUE; other fields stay").required();
+    add_layout(update, updating, true);
+    add_where(update, updating);
+    update.flag("--all", updating.all, "change every record");
+    update.flag("--journal", updating.journal,
+                "each record changes whole or not at all, whatever crashes");
 
-    TableOptions &update =
-        add_command(table, "update", "change fields of records", run_update, &command);
-    command->add_option("VALUES", update.values, "FIELD=VALUE; other fields stay")->required();
-    add_layout(command, update, true);
-    add_where(command, update);
-    command->add_flag("--all", update.all, "change every record");
-    command->add_flag("--journal", update.journal,
-                      "each record changes whole or not at all, whatever crashes");
-    TableOptions &remove = add_command(table, "delete", "delete records", run_delete, &command);
-    add_layout(command, remove, false);
-    add_where(command, remove);
-    command->add_flag("--all", remove.all, "delete every record");
+    auto [remove, removing] = add_command(table, "delete", "delete records", run_delete);
+    add_layout(remove, removing, false);
+    add_where(remove, removing);
+    remove.flag("--all", removing.all, "delete every record");
 
-    add_command(table, "check", "look for damage in the file; fails if there is any", run_check,
-                &command);
+    add_command(table, "check", "look for damage in the file; fails if there is any", run_check);
 
-    command = table->add_subcommand("journal", "show the update that a crash left pending");
-    TableOptions &journal = on_run(command, run_journal);
-    command->add_flag("--restore", journal.restore, "complete it");
+    Command journal = table.command("journal", "show the update that a crash left pending");
+    journal.flag("--restore", on_run(journal, run_journal).restore, "complete it");
 }
 
 }  // namespace hearth::tool

@@ -131,7 +131,7 @@ void run_decode(const TextOptions &options) {
     show({{"form", options.form}, {"text", printable(text)}}, text + "\n");
 }
 
-void add_form(CLI::App *command, TextOptions &options) {
+void add_form(Command command, TextOptions &options) {
     std::vector<std::string> names;
     std::string what;
     for (const Form &form : kForms) {
@@ -139,29 +139,26 @@ void add_form(CLI::App *command, TextOptions &options) {
         what +=
             std::string("\n  ") + form.name + std::string(10 - strlen(form.name), ' ') + form.what;
     }
-    command->add_option("--form", options.form, "how the text is coded")
-        ->required()
-        ->check(CLI::IsMember(names));
-    explain(command, "Forms:" + what);
+    command.option("--form", options.form, "how the text is coded").required().one_of(names);
+    command.explain("Forms:" + what);
 }
 
 }  // namespace
 
-void add_text_commands(CLI::App &app) {
-    CLI::App *text = app.add_subcommand("text", "text codings of messages and SIM records");
-    text->require_subcommand(1);
+void add_text_commands(Command app) {
+    Command text = app.group("text", "text codings of messages and SIM records");
 
-    CLI::App *encode = text->add_subcommand("encode", "UTF-8 text to hexadecimal bytes");
+    Command encode = text.command("encode", "UTF-8 text to hexadecimal bytes");
     TextOptions &encoding = on_run(encode, run_encode);
-    encode->add_option("TEXT", encoding.text, "the text")->required();
+    encode.option("TEXT", encoding.text, "the text").required();
     add_form(encode, encoding);
 
-    CLI::App *decode = text->add_subcommand("decode", "hexadecimal bytes to UTF-8 text");
+    Command decode = text.command("decode", "hexadecimal bytes to UTF-8 text");
     TextOptions &decoding = on_run(decode, run_decode);
-    decode->add_option("BYTES", decoding.text, "hexadecimal")->required();
+    decode.option("BYTES", decoding.text, "hexadecimal").required();
     add_form(decode, decoding);
-    decode->add_option("--septets", decoding.septets, "gsm7: septets, as the message's header says")
-        ->check(CLI::Range(1, 4096));
+    decode.option("--septets", decoding.septets, "gsm7: septets, as the message's header says")
+        .range(1, 4096);
 }
 
 }  // namespace hearth::tool

@@ -189,10 +189,6 @@ void show_text(const std::string &text) {
     put(text);
 }
 
-void explain(CLI::App *command, const std::string &text) {
-    command->footer(text + "\n\n" + command->get_footer());
-}
-
 std::string printable(const std::string &bytes) {
     std::string quoted = Json(bytes).dump(-1, ' ', false, Json::error_handler_t::replace);
     std::string text = Json::parse(quoted).get<std::string>();

@@ -5,18 +5,20 @@
 // goes to standard error, so that a script finds nothing but its document.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 
+#include "options.h"
 #include "results.h"
 
 namespace hearth::tool {
 
 using Json = nlohmann::ordered_json;
+using options::Command;
+using options::Option;
 
 enum ExitStatus {
     kExitOk = 0,
@@ -70,29 +72,26 @@ std::string read_file(const std::string &path);
 
 // Gives a subcommand its options, which live as long as it does, and what it runs with them.
 template <typename Options>
-Options &on_run(CLI::App *command, void (*run)(const Options &)) {
+Options &on_run(Command command, void (*run)(const Options &)) {
     auto options = std::make_shared<Options>();
-    command->callback([options, run] { run(*options); });
+    command.on_run([options, run] { run(*options); });
     return *options;
 }
 
-// Puts a text in front of what the end of a command's help says already.
-void explain(CLI::App *command, const std::string &text);
-
-void add_at_commands(CLI::App &app);
-void add_sms_commands(CLI::App &at);
-void add_phonebook_commands(CLI::App &at);
-void add_pin_commands(CLI::App &at);
-void add_config_commands(CLI::App &app);
-void add_table_commands(CLI::App &app);
-void add_bus_commands(CLI::App &app);
-void add_log_commands(CLI::App &app);
-void add_xml_commands(CLI::App &app);
-void add_text_commands(CLI::App &app);
-void add_gz_commands(CLI::App &app);
-void add_desk_commands(CLI::App &app);
-void add_completion_command(CLI::App &app);
+void add_at_commands(Command app);
+void add_sms_commands(Command at);
+void add_phonebook_commands(Command at);
+void add_pin_commands(Command at);
+void add_config_commands(Command app);
+void add_table_commands(Command app);
+void add_bus_commands(Command app);
+void add_log_commands(Command app);
+void add_xml_commands(Command app);
+void add_text_commands(Command app);
+void add_gz_commands(Command app);
+void add_desk_commands(Command app);
+void add_completion_command(Command app);
 // Once all commands are there: an example for each.
-void add_examples(CLI::App &app);
+void add_examples(Command app);
 
 }  // namespace hearth::tool

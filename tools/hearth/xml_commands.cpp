@@ -123,29 +123,27 @@ void run_check(const XmlOptions &options) {
 
 }  // namespace
 
-void add_xml_commands(CLI::App &app) {
-    CLI::App *xml = app.add_subcommand("xml", "XML files, as the library reads and writes them");
-    xml->require_subcommand(1);
+void add_xml_commands(Command app) {
+    Command xml = app.group("xml", "XML files, as the library reads and writes them");
 
-    CLI::App *get = xml->add_subcommand("get", "print one text");
+    Command get = xml.command("get", "print one text");
     XmlOptions &reading = on_run(get, run_get);
-    get->add_option("FILE", reading.file, "the document")->required();
-    get->add_option("PATH", reading.path,
-                    "names from the root on, such as config.lan.port, user[id=3].name, user[id]")
-        ->required();
+    get.option("FILE", reading.file, "the document").required();
+    get.option("PATH", reading.path,
+               "names from the root on, such as config.lan.port, user[id=3].name, user[id]")
+        .required();
 
-    CLI::App *set = xml->add_subcommand("set", "change one text, in place");
+    Command set = xml.command("set", "change one text, in place");
     XmlOptions &writing = on_run(set, run_set);
-    set->add_option("FILE", writing.file, "the document")->required();
-    set->add_option("PATH", writing.path, "names from the root on, such as config.lan.port")
-        ->required();
-    set->add_option("VALUE", writing.value, "the text")->required();
-    set->add_option("--attribute", writing.attribute, "change this attribute of the element");
-    set->add_flag("--create", writing.create, "make what is missing");
+    set.option("FILE", writing.file, "the document").required();
+    set.option("PATH", writing.path, "names from the root on, such as config.lan.port").required();
+    set.option("VALUE", writing.value, "the text").required();
+    set.option("--attribute", writing.attribute, "change this attribute of the element");
+    set.flag("--create", writing.create, "make what is missing");
 
-    CLI::App *check = xml->add_subcommand("check", "tell whether the parser takes a document");
+    Command check = xml.command("check", "tell whether the parser takes a document");
     XmlOptions &checking = on_run(check, run_check);
-    check->add_option("FILE", checking.file, "the document")->required();
+    check.option("FILE", checking.file, "the document").required();
 }
 
 }  // namespace hearth::tool
