@@ -1,6 +1,5 @@
 // hearth-at-server: the AT server of the desk.
 
-#include <csignal>
 #include <cstdio>
 #include <functional>
 
@@ -13,23 +12,6 @@
 
 namespace {
 
-volatile int g_stop = 0;
-volatile int g_reload = 0;
-
-void on_stop(int) {
-    g_stop = 1;
-}
-
-void on_reload(int) {
-    g_reload = 1;
-}
-
-void catch_signal(int number, void (*handler)(int)) {
-    struct sigaction action = {};
-    action.sa_handler = handler;
-    sigaction(number, &action, nullptr);
-}
-
 using hearth::device::AtServer;
 using hearth::device::Modem;
 using hearth::device::RecordingError;
@@ -39,34 +21,27 @@ using hearth::device::ScenarioError;
 using hearth::device::SimModem;
 using hearth::device::TtyModem;
 
-int run(Modem &modem, const std::function<void()> &idle) {
+int run(Modem &modem, const std::function<void()> &reload) {
     AtServer server(modem);
-    catch_signal(SIGTERM, on_stop);
-    catch_signal(SIGINT, on_stop);
-    catch_signal(SIGHUP, on_reload);
     if (!server.open()) {
         return 1;
     }
-    server.run(g_stop, idle);
+    server.run(reload);
     return 0;
 }
 
 int serve(
-    Modem &modem, const std::string &record, const std::function<void()> &idle = [] {}) {
+    Modem &modem, const std::string &record, const std::function<void()> &reload = [] {}) {
     if (record.empty()) {
-        return run(modem, idle);
+        return run(modem, reload);
     }
     RecordingModem recording(modem, record);
-    return run(recording, idle);
+    return run(recording, reload);
 }
 
 int serve_scenario(const std::string &path, const std::string &record) {
     SimModem modem(hearth::device::read_scenario(path));
     return serve(modem, record, [&] {
-        if (g_reload == 0) {
-            return;
-        }
-        g_reload = 0;
         try {
             modem.replace(hearth::device::read_scenario(path));
             fprintf(stderr, "at_server: the scenario is read again\n");

@@ -7,6 +7,7 @@
 #include <string.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -44,7 +45,9 @@ constexpr std::string_view kStoredLists[] = {"^APPROFALL", "^APIPRDALL", "^APPFR
 // A failure without text.
 constexpr int32_t kRetNothing = 1;
 
-constexpr std::chrono::seconds kLongestWait{60};
+// The event is this signal.
+constexpr int kRequestSignal = SIGUSR1;
+constexpr int kTickSignal = SIGALRM;
 
 size_t counted_length(const at_server_msg &request) {
     uint32_t length = 0;
@@ -97,12 +100,13 @@ int32_t refusal_result(std::string_view command, const std::string &final_result
     return final_result.starts_with("+CMS") ? AT_RET_REFUSED : AT_RET_ERROR;
 }
 
-// The event as the signal that it is.
-sigset_t request_event() {
-    sigset_t events;
-    sigemptyset(&events);
-    sigaddset(&events, SIGUSR1);
-    return events;
+sigset_t our_signals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (int signal : {kRequestSignal, kTickSignal, SIGHUP, SIGTERM, SIGINT}) {
+        sigaddset(&signals, signal);
+    }
+    return signals;
 }
 
 bool process_lives(int32_t id) {
@@ -147,7 +151,7 @@ void fill_reply(at_server_msg &message, const Reply &reply) {
     message.report_len = static_cast<uint32_t>(length);
 }
 
-AtServer::AtServer(Modem &modem) : modem_(modem), card_(modem) {
+AtServer::AtServer(Modem &modem) : modem_(modem), card_(modem), signals_(our_signals()) {
     modem_.on_report([this](const std::string &line) {
         card_.notice(line);
         if (line.starts_with("^RSSI")) {
@@ -159,8 +163,8 @@ AtServer::AtServer(Modem &modem) : modem_(modem), card_(modem) {
 }
 
 AtServer::~AtServer() {
-    if (event_descriptor_ >= 0) {
-        close(event_descriptor_);
+    if (signal_descriptor_ >= 0) {
+        close(signal_descriptor_);
     }
     if (requests_ >= 0) {
         osa_msgQ_delete(requests_);
@@ -174,8 +178,8 @@ bool AtServer::open() {
         fprintf(stderr, "at_server: cannot block the request event: %s\n", strerror(errno));
         return false;
     }
-    sigset_t events = request_event();
-    event_descriptor_ = signalfd(-1, &events, SFD_CLOEXEC | SFD_NONBLOCK);
+    sigprocmask(SIG_BLOCK, &signals_, nullptr);
+    signal_descriptor_ = signalfd(-1, &signals_, SFD_CLOEXEC | SFD_NONBLOCK);
     // A server that was killed left its queues behind; clients look for new ones.
     for (int number : {AT_QUEUE_REQUESTS, AT_QUEUE_REPLIES}) {
         int old = osa_get_msgQ_id(number);
@@ -185,7 +189,7 @@ bool AtServer::open() {
     }
     requests_ = osa_msgQ_create(AT_QUEUE_REQUESTS, kQueueMessages, sizeof(at_server_msg));
     replies_ = osa_msgQ_create(AT_QUEUE_REPLIES, kQueueMessages, sizeof(at_server_msg));
-    if (event_descriptor_ < 0 || requests_ < 0 || replies_ < 0) {
+    if (signal_descriptor_ < 0 || requests_ < 0 || replies_ < 0) {
         fprintf(stderr, "at_server: cannot make the queues: %s\n", strerror(errno));
         return false;
     }
@@ -199,40 +203,62 @@ bool AtServer::open() {
     return written;
 }
 
-void AtServer::run(const volatile int &stop, const std::function<void()> &idle) {
+void AtServer::run(const std::function<void()> &reload) {
     card_.look();
-    while (stop == 0) {
-        if (wait()) {
-            drain();
+    for (;;) {
+        set_alarm();
+        switch (wait()) {
+            case kRequestSignal:
+                drain();
+                break;
+            case kTickSignal:
+                alarm_.reset();
+                modem_.tick();
+                break;
+            case SIGHUP:
+                reload();
+                break;
+            case SIGTERM:
+            case SIGINT:
+                return;
         }
-        modem_.tick();
-        idle();
     }
 }
 
-// Waits for the event, for the modem, or until its next tick is due. True when the event has come.
-// Events of a kind do not pile up: whoever takes one takes what there is.
-bool AtServer::wait() {
-    std::chrono::milliseconds limit = kLongestWait;
-    if (auto next = modem_.next_tick()) {
-        auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - Clock::now());
-        limit = std::clamp(left, std::chrono::milliseconds(0), limit);
+// Has the signal sent when the modem's next tick is due.
+void AtServer::set_alarm() {
+    auto next = modem_.next_tick();
+    if (next == alarm_) {
+        return;
     }
+    alarm_ = next;
+    itimerval time = {};
+    if (next) {
+        auto left = std::chrono::ceil<std::chrono::microseconds>(*next - Clock::now());
+        left = std::max(left, std::chrono::microseconds(1));
+        time.it_value.tv_sec = static_cast<time_t>(left.count() / 1000000);
+        time.it_value.tv_usec = static_cast<suseconds_t>(left.count() % 1000000);
+    }
+    setitimer(ITIMER_REAL, &time, nullptr);
+}
+
+// Waits for one of our signals, or for the modem. Returns the signal, 0 for none. Signals of a kind
+// do not pile up: whoever takes one takes what there is.
+int AtServer::wait() {
     if (modem_.descriptor() < 0) {
-        // Nothing but the event can come, and one call waits for it and takes it.
-        timespec time = {limit.count() / 1000, limit.count() % 1000 * 1000000};
-        sigset_t events = request_event();
-        return sigtimedwait(&events, nullptr, &time) > 0;
+        // One call waits for a signal and takes it.
+        return std::max(sigwaitinfo(&signals_, nullptr), 0);
     }
-    pollfd waits[] = {{event_descriptor_, POLLIN, 0}, {modem_.descriptor(), POLLIN, 0}};
-    if (poll(waits, 2, static_cast<int>(limit.count())) <= 0) {
-        return false;
+    pollfd waits[] = {{signal_descriptor_, POLLIN, 0}, {modem_.descriptor(), POLLIN, 0}};
+    if (poll(waits, 2, -1) <= 0) {
+        return 0;
     }
     if (waits[1].revents != 0) {
         modem_.readable();
     }
-    signalfd_siginfo event;
-    return waits[0].revents != 0 && read(event_descriptor_, &event, sizeof event) > 0;
+    signalfd_siginfo taken;
+    bool came = waits[0].revents != 0 && read(signal_descriptor_, &taken, sizeof taken) > 0;
+    return came ? static_cast<int>(taken.ssi_signo) : 0;
 }
 
 void AtServer::drain() {

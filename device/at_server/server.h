@@ -1,8 +1,11 @@
 // The AT server's side of the channel: requests from queue 2, replies to queue 1.
 #pragma once
 
+#include <signal.h>
+
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "card_watcher.h"
@@ -24,15 +27,16 @@ class AtServer {
     AtServer &operator=(const AtServer &) = delete;
     ~AtServer();
 
-    // Blocks the event in the caller, makes the queues and writes the pid file. Tells on standard
-    // error what failed.
+    // Blocks the signals that run() waits for, makes the queues and writes the pid file. Tells on
+    // standard error what failed.
     bool open();
 
-    // Serves until `stop` is set by a signal handler. `idle` runs after each wake-up.
-    void run(const volatile int &stop, const std::function<void()> &idle);
+    // Serves until SIGTERM or SIGINT comes. At SIGHUP `reload` runs.
+    void run(const std::function<void()> &reload);
 
   private:
-    bool wait();
+    void set_alarm();
+    int wait();
     void drain();
     void take(const std::shared_ptr<at_server_msg> &message);
     // The report that answers a request without a command; null for any other request.
@@ -46,7 +50,10 @@ class AtServer {
     std::shared_ptr<at_server_msg> message_;
     std::string last_rssi_;
     std::string last_memory_full_;
-    int event_descriptor_ = -1;
+    // When the signal for the modem's tick is due.
+    std::optional<Clock::time_point> alarm_;
+    const sigset_t signals_;
+    int signal_descriptor_ = -1;
     int requests_ = -1;
     int replies_ = -1;
 };

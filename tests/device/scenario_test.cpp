@@ -115,6 +115,24 @@ TEST(Scenario, ThePageTellsEveryKey) {
     EXPECT_EQ(tables, known("no_such_table = 1\n"));
 }
 
+TEST(Scenario, IsReadAgainAtAHangupSignal) {
+    Desk desk(Desk::written("[network]\nregistration = 1\n"));
+    const std::pair<const char *, int32_t> rows[] = {
+        {"[network]\nregistration = 3\n", 3},
+        {"[network]\nregistration = true\n", 3},
+        {"[network]\nregistration = 5\n", 5},
+    };
+    EXPECT_EQ(registration(), 1);
+    for (const auto &[text, expected] : rows) {
+        Desk::written(text);
+        ASSERT_EQ(kill(desk.server(), SIGHUP), 0);
+        EXPECT_EQ(registration(), expected) << text;
+    }
+    desk.end_server();
+    std::string said = content("/data/server.log");
+    EXPECT_NE(said.find("wants a whole number; the scenario stays as it was\n"), std::string::npos);
+}
+
 TEST(Scenario, PinLocked) {
     Desk desk(Desk::shipped("pin-locked"));
     at_pin_info pin{};
