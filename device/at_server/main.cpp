@@ -64,6 +64,7 @@ int serve_recording(const std::string &path, const std::string &record) {
 }  // namespace
 
 int main(int count, char **arguments) {
+    AtServer::block_signals();
     hearth::options::CommandLine line(
         "AT server of the desk: answers the daemons' AT commands from a modem.");
     std::string scenario;

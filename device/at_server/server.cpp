@@ -173,12 +173,16 @@ AtServer::~AtServer() {
     }
 }
 
+void AtServer::block_signals() {
+    sigset_t signals = our_signals();
+    sigprocmask(SIG_BLOCK, &signals, nullptr);
+}
+
 bool AtServer::open() {
     if (osa_event_init(AT_EVENT_REQUEST) != 1) {
         fprintf(stderr, "at_server: cannot block the request event: %s\n", strerror(errno));
         return false;
     }
-    sigprocmask(SIG_BLOCK, &signals_, nullptr);
     signal_descriptor_ = signalfd(-1, &signals_, SFD_CLOEXEC | SFD_NONBLOCK);
     // A server that was killed left its queues behind; clients look for new ones.
     for (int number : {AT_QUEUE_REQUESTS, AT_QUEUE_REPLIES}) {

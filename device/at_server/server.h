@@ -27,8 +27,10 @@ class AtServer {
     AtServer &operator=(const AtServer &) = delete;
     ~AtServer();
 
-    // Blocks the signals that run() waits for, makes the queues and writes the pid file. Tells on
-    // standard error what failed.
+    // Blocks the signals that run() waits for, so that one that comes earlier waits for it.
+    static void block_signals();
+
+    // Makes the queues and writes the pid file. Tells on standard error what failed.
     bool open();
 
     // Serves until SIGTERM or SIGINT comes. At SIGHUP `reload` runs.

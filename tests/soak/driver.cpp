@@ -320,8 +320,13 @@ void Driver::end_workers() {
 }
 
 void Driver::end_servers() {
+    int64_t end_ms = monotonic_ms() + kEndMs;
     for (Player &player : players_) {
         if (player.id != 0) {
+            // One that was started just now has not yet cleared away what a killed one left.
+            while (!player.ready(player.id) && monotonic_ms() < end_ms) {
+                usleep(1000);
+            }
             kill(player.id, SIGTERM);
             int status = test::ended(player.id);
             // One that was started just now may not have been listening to the signal yet.
