@@ -37,6 +37,39 @@ void copy_block(To *to, const From *from) {
     }
 }
 
+// Runs of characters of two bytes, as of Cyrillic or Greek, go four at a time where a word has its
+// first unit lowest.
+constexpr uint32_t kRun = 4;
+constexpr bool kHasRuns = std::endian::native == std::endian::little;
+
+constexpr uint64_t in_each(uint16_t bits) {
+    return bits * uint64_t{0x0001000100010001};
+}
+
+// Writes four units, if all take two bytes.
+bool write_run(const uint16_t *text, uint8_t *utf8) {
+    uint64_t units = hearth::load_native<uint64_t>(text);
+    // With no unit above 0x7FF the sum has a top bit for each above 0x7F.
+    if (!kHasRuns || (units & in_each(0xF800)) != 0 ||
+        ((units + in_each(0x7F80)) & in_each(0x8000)) != in_each(0x8000)) {
+        return false;
+    }
+    uint64_t leads = units >> 6 & in_each(0x1F);
+    uint64_t continuations = units & in_each(0x3F);
+    hearth::store_native(utf8, in_each(0x80C0) | leads | continuations << 8);
+    return true;
+}
+
+// Reads four characters, if all have two bytes. Continuation bytes are not tested.
+bool read_run(const uint8_t *utf8, uint16_t *text) {
+    uint64_t bytes = hearth::load_native<uint64_t>(utf8);
+    if (!kHasRuns || (bytes & in_each(0xE0)) != in_each(0xC0)) {
+        return false;
+    }
+    hearth::store_native(text, (bytes & in_each(0x1F)) << 6 | (bytes >> 8 & in_each(0x3F)));
+    return true;
+}
+
 constexpr uint32_t kLongestOfUnit = 3;
 
 constexpr uint32_t utf8_size(uint16_t unit) {
@@ -77,6 +110,11 @@ uint32_t write_block(const uint16_t *text, uint8_t *&utf8) {
             }
             *next++ = static_cast<uint8_t>(unit);
         } else if (unit <= 0x7FF) {
+            if (at <= kBlock - kRun && write_run(text + at, next)) {
+                next += 2 * kRun;
+                at += kRun - 1;
+                continue;
+            }
             store_le16(next, static_cast<uint16_t>(utf8_bytes(unit, 2)));
             next += 2;
         } else {
@@ -183,6 +221,9 @@ void read_blocks(Place &place) {
             copy_block(place.to, place.from);
             place.from += kBlock;
             place.to += kBlock;
+        } else if (read_run(place.from, place.to)) {
+            place.from += 2 * kRun;
+            place.to += kRun;
         } else if (!read_common(place)) {
             break;
         }
