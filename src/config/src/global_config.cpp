@@ -8,7 +8,6 @@
 
 namespace {
 
-
 // Made by whoever comes first and kept for the life of the process.
 std::atomic<uintptr_t> g_icfgSem = 0;
 
