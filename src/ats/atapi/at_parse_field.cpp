@@ -83,14 +83,16 @@ bool take_field(const char **place, char **field) {
 // Links an empty node behind the last one; null without memory.
 at_parse_result *append_node(at_parse_result ***link) {
     at_parse_result *node = new_node();
-    if (node == nullptr) {
-        HEARTH_LOG(OSA_LOG_INFO, "[%s, %d] GreatLinkList_AT: malloc failed\n", kLogSource.path,
-                   __LINE__);
-        return nullptr;
+    if (node != nullptr) {
+        **link = node;
+        *link = &node->next_field;
     }
-    **link = node;
-    *link = &node->next_field;
     return node;
+}
+
+void tell_of_no_node() {
+    HEARTH_LOG(OSA_LOG_INFO, "[%s, %d] GreatLinkList_AT: malloc failed\n", kLogSource.path,
+               __LINE__);
 }
 
 // The chain of a format and a text, of `most` fields at most. It is as long as the commas say;
@@ -107,14 +109,20 @@ int32_t chain_fields(at_parse_result **result, const char *format, const char *t
         if (i == most) {
             return AT_PARSE_MISMATCH;
         }
+        HeapBlock<char> name;
+        HeapBlock<char> value;
+        if (!take_field(&format, name.out()) || !take_field(&text, value.out())) {
+            return AT_RETURN_MALLOC_ERR;
+        }
         at_parse_result *node = append_node(&link);
         if (node == nullptr) {
+            head.reset(nullptr);
+            tell_of_no_node();
             HEARTH_LOG(OSA_LOG_INFO, "AT_RETURN_MALLOC_ERR\n");
             return AT_RETURN_MALLOC_ERR;
         }
-        if (!take_field(&format, &node->AtFieldName) || !take_field(&text, &node->AtFieldValue)) {
-            return AT_RETURN_MALLOC_ERR;
-        }
+        node->AtFieldName = name.release();
+        node->AtFieldValue = value.release();
     }
     *result = head.release();
     return AT_PARSE_OK;
@@ -213,6 +221,7 @@ at_parse_result *GreatLinkList_AT(char **names, char **values, uint32_t count) {
             // The strings went with the nodes: the caller must not free them once more.
             std::fill_n(names, i, nullptr);
             std::fill_n(values, i, nullptr);
+            hearth::tell_of_no_node();
             return nullptr;
         }
         node->AtFieldName = names[i];
