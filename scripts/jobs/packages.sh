@@ -2,11 +2,12 @@
 # make the Debian packages, install them into a fresh Debian root, build and run against them there
 need dpkg-dev file binutils mmdebstrap bubblewrap uidmap
 out=$PWD/build/packages
-cmake -S . -B "$out/build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+build=$PWD/build/packaged
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
     -DHEARTH_BUILD_TESTS=OFF -DCMAKE_SKIP_INSTALL_ALL_DEPENDENCY=ON >build/packages.log 2>&1 || { cat build/packages.log; exit 1; }
-cmake --build "$out/build" --target hearth_installed
+cmake --build "$build" --target hearth_installed
 rm -rf "$out"/*.deb "$out/root"
-cpack --config "$out/build/CPackConfig.cmake" -B "$out" >build/cpack.log 2>&1 || { cat build/cpack.log; exit 1; }
+cpack --config "$build/CPackConfig.cmake" -B "$out" >build/cpack.log 2>&1 || { cat build/cpack.log; exit 1; }
 
 # A root that has nothing else: apt brings what the packages say they depend on, or refuses.
 . /etc/os-release

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # the tests with several threads under ThreadSanitizer; with arguments for ctest any of the tests
-export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1"
+# By default each process lingers for a second at its end, and tests start hundreds.
+export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:atexit_sleep_ms=50"
 # The programs that tests start have one thread each: those of the release build will do.
 cmake --preset release >/dev/null && cmake --build --preset release --target hearth_desk
 if [ $# -gt 0 ]; then
